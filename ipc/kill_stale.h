@@ -1,0 +1,7 @@
+// Workers that outlived a crashed controller hold the shared regions and compete with their successors.
+#pragma once
+
+// Ends the workers whose process ids an earlier run's control block still lists, and lets go of that block so that it
+// can vanish. A process is ended only if its image has one of our workers' names: the id may have been recycled.
+// Reports in the log only. Call before this process creates any region.
+void kill_stale();
