@@ -1,0 +1,120 @@
+// The preview tab: three feeds and the combined picture, live, below the operator's buttons. The panel owns the
+// mapped control block and the frame regions, because it is the first to need them; others reach the block through
+// it.
+//
+// Wiring: all buttons (ids 700..729) are direct children of the main window, the picture area (class
+// "SkiJumpPreview", id 110) too; the panel raises them above the tab control, which needs WS_CLIPSIBLINGS. The main
+// window forwards WM_COMMAND to preview_command, kPreviewRefreshMessage to preview_refresh, timer 2 to
+// preview_reconnect and its size to preview_layout. Everything runs on the main thread.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+
+#include "ipc/control_block.h"
+#include "ipc/shared_region.h"
+#include "ipc/sync_set.h"
+#include "preview/frame_convert.h"
+#include "preview/overlay.h"
+#include "preview/preview_layout.h"
+#include "preview/preview_thread.h"
+
+struct Settings;
+
+inline constexpr UINT_PTR kPreviewTimer = 2;  // on the main window, 1000 ms, only while the tab is shown
+inline constexpr int32_t kPreviewWindowId = 110;
+inline constexpr int32_t kCombinedPane = 3;
+inline constexpr int32_t kPaneCount = 4;
+
+struct PreviewPane {
+    int32_t feed;      // 0..2; -1 for the combined pane while it is built from feeds
+    bool is_output;    // reads an output region
+    bool connected;    // has a source
+    bool has_picture;  // the last refresh filled the bitmap; without, the placeholder is painted
+    const void* view;  // source: the feed's channel in use or the output region shown; not owned
+    RegionRect motion_rect;
+    RegionRect ignore_rect;
+    int32_t offset;  // overlay_frame_offsets as last seen
+    BITMAPINFOHEADER header;
+    uint8_t pixels[kPaneMaxBytes];
+};
+
+// Who is jumping now; false when nobody. The texts belong to the callee and stay valid until the next call.
+using CurrentJumper = bool (*)(void* context, int32_t* bib, const char** name, const char** club);
+
+// Some 2.8 MB: lives in the UI context, never on the stack, and starts as zeros.
+struct PreviewPanel {
+    HWND main_window;
+    HWND window;  // the picture area
+    HINSTANCE instance;
+    IpcSyncSet* sync;  // may be null
+    Settings* settings;
+    const char* settings_path;
+    CurrentJumper current_jumper;  // set by the owner of the jumper list; null: no caption
+    void* current_jumper_context;
+
+    SharedRegion control;
+    SharedRegion channel[kFeedCount][kChannelCount];  // [f][0] is the pane's own
+    SharedRegion output[2];
+    bool outputs_mapped;  // both
+    PreviewPane pane[kPaneCount];
+    uint32_t slot[kFeedCount];  // the feeds' newest complete slots at the last refresh
+
+    bool created;
+    bool active;
+    bool timer_running;
+    PreviewThread thread;
+    uint32_t reconnect_attempt;
+
+    RECT area;        // in main window coordinates
+    int32_t divider;  // where the operator wants it, from the left of the picture area
+    bool dragging;
+    PicturePlaces places;              // in coordinates of the picture area
+    HWND button[kPreviewButtonCount];  // as kPreviewButtons
+
+    bool highlight_on;
+    bool log_on;
+
+    HFONT caption_font;
+    HDC back_dc;
+    HBITMAP back_bitmap;
+    HGDIOBJ back_previous;
+    SIZE back_size;
+};
+
+// Creates and resets the control block, maps what regions there are, builds buttons and picture area, all hidden.
+// Returns 0: whatever is missing is retried by preview_reconnect. `sync` and `settings` may be null; both and
+// `settings_path` outlive the panel.
+int32_t preview_create(PreviewPanel* panel, HWND main_window, HINSTANCE instance, IpcSyncSet* sync,
+                       Settings* settings, const char* settings_path);
+
+// Places buttons and picture area in `area` (the tab's display rectangle in main window coordinates). An empty area,
+// as of a minimised window, changes nothing.
+void preview_layout(PreviewPanel* panel, const RECT& area);
+
+// Shows or hides everything, and starts or stops timer and thread with it.
+void preview_set_active(PreviewPanel* panel, bool active);
+
+// Reads the newest frames and repaints; only while active. Answers kPreviewRefreshMessage.
+void preview_refresh(PreviewPanel* panel);
+
+// Maps what has appeared since, then refreshes. Answers timer kPreviewTimer.
+void preview_reconnect(PreviewPanel* panel);
+
+// A button of the panel or its accelerator. False for commands that are not the panel's own.
+bool preview_command(PreviewPanel* panel, int32_t id);
+
+// The mapped control block, or null when there is none.
+ControlBlock* preview_control_block(PreviewPanel* panel);
+
+void preview_set_play_text(PreviewPanel* panel, const char* text);
+
+// Width of the preview column in pixels, as asked for; the next layout keeps it within its limits.
+void preview_set_divider(PreviewPanel* panel, int32_t width);
+// Its width now.
+int32_t preview_panel_width(const PreviewPanel* panel);
+
+// Ends thread and timer, unmaps every region, the control block last, and releases windows and GDI objects. Harmless
+// on a panel that was never created.
+void preview_destroy(PreviewPanel* panel);
