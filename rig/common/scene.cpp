@@ -1,0 +1,1 @@
+#include "rig/common/scene.h"
