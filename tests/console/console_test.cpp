@@ -1,0 +1,80 @@
+#include "tests/console/console_test.h"
+
+#include <cstdio>
+
+#include "tests/console/screenshot.h"
+
+static std::string test_name() {
+    const testing::TestInfo* info = testing::UnitTest::GetInstance()->current_test_info();
+    return std::string(info->test_suite_name()) + "_" + info->name();
+}
+
+void ConsoleTest::SetUp() {
+    ASSERT_TRUE(installation_create(&installation, test_name(), simulated_rig_));
+}
+
+void ConsoleTest::TearDown() {
+    const bool failed = HasFailure();
+    if (failed) {
+        save_screenshot(installation_path(installation, "screen.bmp"));
+        fprintf(stderr, "The log, the files and a picture of the screen (screen.bmp) are in %s\n",
+                installation.folder.c_str());
+    } else if (getenv("ORVEK_KEEP_PICTURES") != nullptr && console.process != nullptr) {
+        save_screenshot(installation.folder + ".bmp");
+    }
+    shared_view_close(&shared);
+    console_release(&console);
+    installation_destroy(&installation, failed);
+}
+
+void ConsoleTest::start(const std::string& arguments) {
+    ASSERT_TRUE(console_start(installation, arguments, &console));
+}
+
+void ConsoleTest::start_with(std::initializer_list<const char*> settings_lines, const std::string& arguments) {
+    installation_settings(installation, settings_lines);
+    start(arguments);
+}
+
+void ConsoleTest::order_workers(std::initializer_list<const char*> lines) {
+    std::string text;
+    for (const char* line : lines) text += std::string(line) + "\n";
+    installation_write(installation, "fake.txt", text);
+}
+
+void ConsoleTest::open_shared() {
+    ASSERT_TRUE(shared_view_open(&shared)) << "the control block or a sync object is missing";
+}
+
+void ConsoleTest::press_on(int32_t tab, int32_t id) {
+    ASSERT_TRUE(current_tab(console) == tab || select_tab(console, tab));
+    ASSERT_TRUE(press(console, id)) << "button " << id << " '" << button_text(console, id) << "' cannot be pressed";
+}
+
+testing::AssertionResult status_becomes(const Console& console, const std::string& text, uint32_t patience_ms) {
+    return becomes(
+        "status bar", [&] { return status_text(console); }, text, patience_ms);
+}
+
+testing::AssertionResult button_becomes(const Console& console, int32_t id, const std::string& text) {
+    return becomes(
+        "button text", [&] { return button_text(console, id); }, text);
+}
+
+std::string running_children(const Console& console) {
+    std::string names;
+    for (const ListRow& row : process_rows(console))
+        if (row.state == "Running") names += (names.empty() ? "" : " ") + row.process;
+    return names;
+}
+
+testing::AssertionResult running_children_become(const Console& console, const std::string& names) {
+    return becomes(
+        "running children", [&] { return running_children(console); }, names);
+}
+
+uint32_t pid_of_child(const Console& console, const std::string& name) {
+    for (const ListRow& row : process_rows(console))
+        if (row.process == name && row.state == "Running") return static_cast<uint32_t>(std::stoul(row.pid));
+    return 0;
+}

@@ -1,0 +1,26 @@
+// Reaching into the program's address space: several of the system's answers are only given to the owner of a window.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+
+#include "tests/console/driver.h"
+
+inline constexpr size_t kRemoteSize = 8192;
+
+bool remote_open(Console* console);
+
+// Sends a message whose LPARAM points at `data`, which makes the journey both ways. Text fields inside it may point
+// at remote_text_place(). Returns the message's result.
+LRESULT send_with_data(const Console& console, HWND window, UINT message, WPARAM wparam, void* data, size_t size);
+void* remote_text_place(const Console& console);
+std::string remote_text(const Console& console, size_t characters);  // UTF-16 there, UTF-8 here
+
+// Calls a function of a system library (loaded at the same place in every process) inside the program, on a thread of
+// its own. Returns its result.
+uint64_t remote_call(const Console& console, const void* function, uint64_t a = 0, uint64_t b = 0, uint64_t c = 0,
+                     uint64_t d = 0, uint64_t e = 0);
+
+std::string utf8_from(const wchar_t* text, size_t length);

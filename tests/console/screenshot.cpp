@@ -1,0 +1,51 @@
+#include "tests/console/screenshot.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <vector>
+
+namespace {
+struct Picture {
+    int32_t width, height;
+    size_t stride;
+    std::vector<uint8_t> bytes;  // bottom-up BGR
+};
+}  // namespace
+
+static Picture take_picture(int32_t left, int32_t top, int32_t width, int32_t height) {
+    Picture picture = {width, height, (static_cast<size_t>(width) * 3 + 3) / 4 * 4, {}};
+    picture.bytes.resize(picture.stride * static_cast<size_t>(height));
+    HDC screen = GetDC(nullptr);
+    HDC memory = CreateCompatibleDC(screen);
+    HBITMAP bitmap = CreateCompatibleBitmap(screen, width, height);
+    HGDIOBJ before = SelectObject(memory, bitmap);
+    BitBlt(memory, 0, 0, width, height, screen, left, top, SRCCOPY);
+    SelectObject(memory, before);
+    BITMAPINFO info = {};
+    info.bmiHeader = {sizeof info.bmiHeader, width, height, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
+    GetDIBits(memory, bitmap, 0, static_cast<UINT>(height), picture.bytes.data(), &info, DIB_RGB_COLORS);
+    DeleteObject(bitmap);
+    DeleteDC(memory);
+    ReleaseDC(nullptr, screen);
+    return picture;
+}
+
+bool save_screenshot(const std::string& path) {
+    const Picture picture = take_picture(0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN));
+    FILE* file = fopen(path.c_str(), "wb");
+    if (file == nullptr) return false;
+    const auto size = static_cast<DWORD>(picture.bytes.size());
+    BITMAPINFOHEADER info = {sizeof info, picture.width, picture.height, 1, 24, BI_RGB, size, 0, 0, 0, 0};
+    BITMAPFILEHEADER header = {0x4D42, static_cast<DWORD>(sizeof header + sizeof info) + size, 0, 0,
+                               static_cast<DWORD>(sizeof header + sizeof info)};
+    fwrite(&header, sizeof header, 1, file);
+    fwrite(&info, sizeof info, 1, file);
+    fwrite(picture.bytes.data(), 1, picture.bytes.size(), file);
+    return fclose(file) == 0;
+}
+
+COLORREF screen_pixel(HWND window, POINT client_place) {
+    ClientToScreen(window, &client_place);
+    const Picture picture = take_picture(client_place.x, client_place.y, 1, 1);
+    return RGB(picture.bytes[2], picture.bytes[1], picture.bytes[0]);
+}
