@@ -1,0 +1,16 @@
+// Where settings.txt is. A build tree keeps it some levels above the executable, an installed rig beside it, so the
+// search climbs. A file named on the command line is only the fallback: a rig in daily use must not be able to run on
+// another file's settings by a forgotten argument in a shortcut.
+#pragma once
+
+#include <cstdint>
+
+inline constexpr int32_t kSettingsPathSize = 260;
+inline constexpr int32_t kSettingsSearchDirectories = 5;  // the executable's own and its four nearest ancestors
+
+// Writes the path to use to `out`, at most 259 bytes. `exe_path` is the executable's full path with backslashes;
+// `positional` the command line's file, null or empty for none. `file_exists` is asked with `context` as its second
+// argument. A directory whose settings.txt would not fit is passed over.
+void resolve_settings_path(const char* exe_path, const char* positional,
+                           bool (*file_exists)(const char* path, void* context), void* context,
+                           char out[kSettingsPathSize]);
