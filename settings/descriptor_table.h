@@ -3,7 +3,7 @@
 // descriptor_rows.inc, one line each, in the order of settings.txt.
 #pragma once
 
-#include <cstddef>
+#include <array>
 #include <cstdint>
 #include <string_view>
 
@@ -25,15 +25,17 @@ struct SettingDescriptor {
 
 inline constexpr int32_t kSettingRowCount = 426;   // without the terminating row
 inline constexpr int32_t kSettingInfoCount = 388;  // rows that are not separators
+inline constexpr int32_t kSettingNotSavedCount = 17;
+inline constexpr int32_t kSettingCategoryCount = 15;
 
 // The rows in file order, then one whose key is null.
-extern const SettingDescriptor kSettingTable[kSettingRowCount + 1];
+extern const std::array<SettingDescriptor, kSettingRowCount + 1> kSettingTable;
 
 // Keys that are read but never written, because the program works them out itself; ends with a null.
-extern const char* const kSettingsNotSaved[];
+extern const std::array<const char*, kSettingNotSavedCount + 1> kSettingsNotSaved;
 
 // The categories in order of first appearance; ends with a null.
-extern const char* const kSettingCategories[];
+extern const std::array<const char*, kSettingCategoryCount + 1> kSettingCategories;
 
 // The row of a key, compared byte for byte; -1 when no setting has it (separators have none).
 int32_t setting_row_find(std::string_view key);
