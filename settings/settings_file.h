@@ -32,9 +32,9 @@ int32_t settings_write_keys(AtomicFile* file, const Settings* settings);
 
 // The two halves of loading without a file. settings_parse clears the populated flags and applies every line of
 // `text`, which need not end in a NUL; settings_normalise recomputes the meter values and brings the checked values
-// into range, with one warning for each that was replaced.
+// into range, with one warning (unless quiet) for each that was replaced.
 void settings_parse(Settings* settings, const char* text, size_t size);
-void settings_normalise(Settings* settings);
+void settings_normalise(Settings* settings, bool quiet = false);
 
 // Appends what settings_write_keys writes.
 void settings_format(const Settings* settings, std::string* text);

@@ -1,0 +1,163 @@
+#include "settings/settings_line.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+
+#include "settings/descriptor_table.h"
+#include "settings/text_numbers.h"
+
+namespace {
+constexpr std::string_view kPixelFramesKey = "pixel_frames[";
+}  // namespace
+
+static bool is_blank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+static std::string_view without_leading_blanks(std::string_view text) {
+    while (!text.empty() && is_blank(text.front())) text.remove_prefix(1);
+    return text;
+}
+
+static std::string_view without_trailing_blanks(std::string_view text) {
+    while (!text.empty() && is_blank(text.back())) text.remove_suffix(1);
+    return text;
+}
+
+// Up to the line's end or to an inline comment: a "#" inside a word belongs to the value, paths have them.
+static std::string_view value_of(std::string_view after_equals) {
+    const std::string_view text = without_leading_blanks(after_equals);
+    size_t length = 0;
+    while (length < text.size() && text[length] != '\r' && text[length] != '\n') {
+        if (text[length] == '#' && (length == 0 || is_blank(text[length - 1]))) break;
+        ++length;
+    }
+    return without_trailing_blanks(text.substr(0, length));
+}
+
+SettingsLine split_settings_line(std::string_view line) {
+    SettingsLine result{LineKind::nothing, -1, {}, {}};
+    line = without_leading_blanks(line);
+    if (line.empty() || line[0] == '\r' || line[0] == '\n' || line[0] == '#') return result;
+    const size_t equals = line.find('=');
+    if (equals == std::string_view::npos) {
+        result.kind = LineKind::no_equals;
+        return result;
+    }
+    result.key = without_trailing_blanks(line.substr(0, equals));
+    result.value = value_of(line.substr(equals + 1));
+    if (result.value.empty()) {
+        result.kind = LineKind::no_value;
+    } else if (result.key.starts_with(kPixelFramesKey)) {
+        result.kind = LineKind::pixel_entry;
+    } else {
+        result.row = setting_row_find(result.key);
+        result.kind = result.row < 0 ? LineKind::unknown_key : LineKind::setting;
+    }
+    return result;
+}
+
+// "pixel_frames[%d][%d]"; as with scanf, nothing after the second number is looked at.
+static bool scan_pixel_key(std::string_view key, int32_t* feed, int32_t* column) {
+    TextCursor text{key.data(), key.data() + key.size()};
+    return scan_literal(&text, kPixelFramesKey) && scan_int(&text, feed) && scan_literal(&text, "][") &&
+           scan_int(&text, column);
+}
+
+static bool scan_comma(TextCursor* text) {
+    scan_space(text);
+    return scan_literal(text, ",");
+}
+
+static bool apply_pixel_entry(Settings* settings, std::string_view key, std::string_view value) {
+    int32_t feed = 0;
+    int32_t x = 0;
+    if (!scan_pixel_key(key, &feed, &x)) return false;
+    if (feed < 0 || feed >= kSettingsFeeds || x < 0 || x >= kPixelColumns) return false;
+    TextCursor text{value.data(), value.data() + value.size()};
+    int32_t start = 0;
+    int32_t scene = 0;
+    int32_t end = 0;
+    if (!scan_int(&text, &start) || !scan_comma(&text) || !scan_int(&text, &scene)) return false;
+    if (!scan_comma(&text) || !scan_int(&text, &end)) return false;
+    settings->pixel_to_start[feed][x] = start;
+    settings->pixel_to_scene[feed][x] = scene;
+    settings->pixel_to_end[feed][x] = end;
+    settings->pixel_frames_populated[feed] = 1;
+    return true;
+}
+
+static void apply_setting(Settings* settings, const SettingDescriptor& row, std::string_view value) {
+    char* field = reinterpret_cast<char*>(settings) + row.offset;
+    switch (row.type) {
+        case SETTING_INT:
+            *reinterpret_cast<int32_t*>(field) = text_to_int(value);
+            break;
+        case SETTING_FLOAT:
+            *reinterpret_cast<float*>(field) = text_to_float(value);
+            break;
+        case SETTING_STRING: {
+            const size_t length = std::min<size_t>(value.size(), kSettingTextSize - 1);
+            memcpy(field, value.data(), length);
+            field[length] = '\0';
+            break;
+        }
+        case SETTING_PAIR: {
+            auto* anchor = reinterpret_cast<GridLine*>(field);
+            const size_t comma = value.find(',');
+            anchor->x = text_to_int(value);
+            anchor->y = comma == std::string_view::npos ? 0 : text_to_int(value.substr(comma + 1));
+            break;
+        }
+        case SETTING_SEPARATOR:
+            break;
+    }
+}
+
+SettingsLine apply_settings_line(Settings* settings, std::string_view line) {
+    SettingsLine result = split_settings_line(line);
+    if (result.kind == LineKind::setting) {
+        apply_setting(settings, kSettingTable[result.row], result.value);
+    } else if (result.kind == LineKind::pixel_entry && !apply_pixel_entry(settings, result.key, result.value)) {
+        result.kind = LineKind::bad_pixel_entry;
+    }
+    return result;
+}
+
+void append_int(std::string* text, int32_t value) {
+    char digits[16];
+    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    text->append(digits, end);
+}
+
+static void append_float(std::string* text, float value) {
+    char digits[64];  // "%f" of the largest float has 46 characters
+    const int length = snprintf(digits, sizeof digits, "%f", static_cast<double>(value));
+    text->append(digits, static_cast<size_t>(length));
+}
+
+void format_setting_value(const Settings* settings, int32_t row, std::string* text) {
+    const char* field = reinterpret_cast<const char*>(settings) + kSettingTable[row].offset;
+    switch (kSettingTable[row].type) {
+        case SETTING_INT:
+            append_int(text, *reinterpret_cast<const int32_t*>(field));
+            break;
+        case SETTING_FLOAT:
+            append_float(text, *reinterpret_cast<const float*>(field));
+            break;
+        case SETTING_STRING:
+            text->append(field, strnlen(field, kSettingTextSize - 1));
+            break;
+        case SETTING_PAIR: {
+            const auto* anchor = reinterpret_cast<const GridLine*>(field);
+            append_int(text, anchor->x);
+            text->push_back(',');
+            append_int(text, anchor->y);
+            break;
+        }
+        case SETTING_SEPARATOR:
+            break;
+    }
+}
