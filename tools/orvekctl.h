@@ -1,0 +1,12 @@
+// orvekctl, the console companion: looks into the files and the shared regions of a controller without starting or
+// stopping anything. One function per subcommand; each gets what follows its name on the command line.
+#pragma once
+
+#include <cstdint>
+
+// Exit codes.
+inline constexpr int32_t kDone = 0;
+inline constexpr int32_t kSaysNo = 1;  // the answer is no: unknown key, a finding, nothing saved
+inline constexpr int32_t kFailed = 2;  // bad usage, or a file that cannot be read or written
+
+int32_t orvekctl_settings(int argc, char** argv);
