@@ -89,4 +89,4 @@ int64_t scene_gap(const Scene* scene, int32_t jumper, int32_t pair);
 // frame. Of an endless scene the first 50 jumpers. Returns 0 or -1.
 int32_t scene_write_truth(const Scene* scene, const char* path);
 // Writes a settings.txt that fits the scene: regions, offsets, thresholds, anchors. Returns 0 or -1.
-int32_t scene_write_settings(const Scene* scene, const char* path);
+int32_t scene_write_settings(const char* path);
