@@ -6,7 +6,7 @@
 #include <string>
 
 inline constexpr int32_t kReadinessTicks = 20;
-inline constexpr int32_t kReadyFrom = 3;  // a worker counts as ready from this value on
+inline constexpr uint32_t kReadyFrom = 3;  // a worker counts as ready from this value on
 
 struct ReadinessWait {
     int32_t countdown = 0;

@@ -24,10 +24,8 @@ struct WorkerKind {
     uint32_t kind;  // ProcessKind
     const char* exe;
     uint32_t auto_restart;
-    bool per_feed;        // its command line and its slot carry a feed number
-    const char* option;   // stands before the argument, with the blanks around it
-    const char* name;     // shown to the operator
-    bool name_has_index;  // followed by "[index]"
+    bool per_feed;       // its command line and its slot carry a feed number
+    const char* option;  // stands between that and the quoted argument, with the blanks around it
 };
 
 // The row of a kind that the sequences start (capture to fileplayer); null for any other.

@@ -1,0 +1,22 @@
+#include "app/settings_location.h"
+
+#include <cstdio>
+#include <string>
+
+static constexpr char kFileName[] = "settings.txt";
+
+void resolve_settings_path(const char* exe_path, const char* positional,
+                           bool (*file_exists)(const char* path, void* context), void* context,
+                           char out[kSettingsPathSize]) {
+    std::string directory = exe_path ? exe_path : "";
+    for (int32_t level = 0; level < kSettingsSearchDirectories; ++level) {
+        const size_t cut = directory.rfind('\\');
+        if (cut == std::string::npos) break;
+        directory.resize(cut);
+        const std::string candidate = directory + "\\" + kFileName;
+        if (candidate.size() >= kSettingsPathSize || !file_exists(candidate.c_str(), context)) continue;
+        snprintf(out, kSettingsPathSize, "%s", candidate.c_str());
+        return;
+    }
+    snprintf(out, kSettingsPathSize, "%s", positional && positional[0] != '\0' ? positional : kFileName);
+}
