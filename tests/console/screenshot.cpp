@@ -1,16 +1,6 @@
 #include "tests/console/screenshot.h"
 
-#include <cstdint>
 #include <cstdio>
-#include <vector>
-
-namespace {
-struct Picture {
-    int32_t width, height;
-    size_t stride;
-    std::vector<uint8_t> bytes;  // bottom-up BGR
-};
-}  // namespace
 
 static Picture take_picture(int32_t left, int32_t top, int32_t width, int32_t height) {
     Picture picture = {width, height, (static_cast<size_t>(width) * 3 + 3) / 4 * 4, {}};
@@ -44,8 +34,14 @@ bool save_screenshot(const std::string& path) {
     return fclose(file) == 0;
 }
 
-COLORREF screen_pixel(HWND window, POINT client_place) {
-    ClientToScreen(window, &client_place);
-    const Picture picture = take_picture(client_place.x, client_place.y, 1, 1);
-    return RGB(picture.bytes[2], picture.bytes[1], picture.bytes[0]);
+Picture picture_of(HWND window, RECT client_area) {
+    POINT corner = {client_area.left, client_area.top};
+    ClientToScreen(window, &corner);
+    return take_picture(corner.x, corner.y, client_area.right - client_area.left,
+                        client_area.bottom - client_area.top);
+}
+
+COLORREF pixel(const Picture& picture, int32_t x, int32_t y) {
+    const size_t at = static_cast<size_t>(picture.height - 1 - y) * picture.stride + static_cast<size_t>(x) * 3;
+    return RGB(picture.bytes[at + 2], picture.bytes[at + 1], picture.bytes[at]);
 }
