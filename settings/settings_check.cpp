@@ -113,6 +113,16 @@ static std::string value_reason(const SettingsLine& line, int32_t number, const 
     return reason;
 }
 
+// An empty text is written as a line without value; that loading ignores the line matters only when the setting is not
+// empty afterwards.
+static std::string no_value_reason(const SettingsLine& line, const Outcome& outcome) {
+    const int32_t row = setting_row_find(line.key);
+    if (row < 0) return "unknown key, no value";
+    const std::string loaded = value_text(&outcome.normalised, row);
+    if (loaded.empty()) return "";
+    return "no value; stays " + loaded;
+}
+
 static std::string line_reason(const SettingsLine& line, int32_t number, const Outcome& outcome) {
     switch (line.kind) {
         case LineKind::nothing:
@@ -121,7 +131,7 @@ static std::string line_reason(const SettingsLine& line, int32_t number, const O
         case LineKind::no_equals:
             return "no '='";
         case LineKind::no_value:
-            return "no value";
+            return no_value_reason(line, outcome);
         case LineKind::unknown_key:
             return "unknown key";
         case LineKind::bad_pixel_entry:
