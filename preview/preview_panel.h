@@ -4,7 +4,7 @@
 //
 // Wiring: all buttons (ids 700..729) are direct children of the main window, the picture area (class
 // "SkiJumpPreview", id 110) too; the panel raises them above the tab control, which needs WS_CLIPSIBLINGS. The main
-// window forwards WM_COMMAND to preview_command, kPreviewRefreshMessage to preview_refresh, timer 2 to
+// window forwards WM_COMMAND to preview_command, kMsgPreviewRefresh to preview_refresh, timer 2 to
 // preview_reconnect and its size to preview_layout. Everything runs on the main thread.
 #pragma once
 
@@ -22,8 +22,6 @@
 
 struct Settings;
 
-inline constexpr UINT_PTR kPreviewTimer = 2;  // on the main window, 1000 ms, only while the tab is shown
-inline constexpr int32_t kPreviewWindowId = 110;
 inline constexpr int32_t kCombinedPane = 3;
 inline constexpr int32_t kPaneCount = 4;
 
@@ -96,10 +94,10 @@ void preview_layout(PreviewPanel* panel, const RECT& area);
 // Shows or hides everything, and starts or stops timer and thread with it.
 void preview_set_active(PreviewPanel* panel, bool active);
 
-// Reads the newest frames and repaints; only while active. Answers kPreviewRefreshMessage.
+// Reads the newest frames and repaints; only while active. Answers kMsgPreviewRefresh.
 void preview_refresh(PreviewPanel* panel);
 
-// Maps what has appeared since, then refreshes. Answers timer kPreviewTimer.
+// Maps what has appeared since, then refreshes. Answers timer kTimerPreview.
 void preview_reconnect(PreviewPanel* panel);
 
 // A button of the panel or its accelerator. False for commands that are not the panel's own.

@@ -9,12 +9,10 @@
 
 #include "ipc/sync_set.h"
 
-inline constexpr UINT kPreviewRefreshMessage = WM_APP + 1;  // 0x8001, no parameters
-
 struct PreviewThread {
     HANDLE thread;              // null when none runs
     HANDLE nap_event;           // private, auto-reset: sleeping that a stop can cut short
-    HWND window;                // receives kPreviewRefreshMessage
+    HWND window;                // receives kMsgPreviewRefresh
     HANDLE wake_output;         // event 14
     HANDLE wake_frame;          // event 36, null where it does not exist
     std::atomic<bool> running;  // main thread writes, waiter reads
