@@ -1,0 +1,87 @@
+// The motion worker's eyes on the rig's own scene, with the settings that come with it: the truth is known to the
+// pixel.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+#include "ipc/frame_ring.h"
+#include "rig/common/scene.h"
+#include "rig/motion_settings.h"
+#include "tests/support/temp_dir.h"
+
+namespace {
+
+constexpr size_t kLuma = size_t{kFrameWidth} * kFeedHeight;
+
+struct Camera {
+    Scene scene;
+    int32_t feed, offset;
+    MotionSettings settings;
+    Detector detector;
+    std::vector<uint8_t> y, u, v;
+};
+
+}  // namespace
+
+static void set_up(Camera* camera, int32_t feed) {
+    scene_init(&camera->scene, SceneConfig{});
+    scene_prepare(&camera->scene, feed);
+    const TempDir dir;
+    const std::string path = dir.file("settings.txt");
+    ASSERT_EQ(scene_write_settings(path.c_str()), 0);
+    RigSettings file;
+    ASSERT_EQ(rig_settings_load(&file, path.c_str()), 0);
+    camera->feed = feed;
+    camera->offset = rig_settings_indexed(&file, "overlay_frame_offsets", feed, 0);
+    camera->settings = motion_settings_for(file, feed);
+    detector_init(&camera->detector);
+    camera->y.resize(kLuma);
+    camera->u.resize(kLuma / 4);
+    camera->v.resize(kLuma / 4);
+}
+
+static Detection look(Camera* camera, int64_t tick) {
+    scene_render(&camera->scene, camera->feed, tick, camera->offset, kFeedHeight, camera->y.data(), camera->u.data(),
+                 camera->v.data());
+    return detector_step(&camera->detector, camera->settings.detection, camera->y.data(), camera->u.data(),
+                         camera->v.data());
+}
+
+class RigSceneDetection : public testing::TestWithParam<int32_t> {};
+
+TEST_P(RigSceneDetection, EmptyHillShowsNoJumper) {
+    Camera camera{};
+    set_up(&camera, GetParam());
+    for (int64_t tick = 0; tick < 60; ++tick) EXPECT_EQ(look(&camera, tick).type, 0) << "tick " << tick;
+}
+
+TEST_P(RigSceneDetection, FollowsAWholePassageWithinAFewPixels) {
+    Camera camera{};
+    set_up(&camera, GetParam());
+    for (int32_t jumper = 0; jumper < 2; ++jumper) {
+        const ScenePassage passage = scene_passage(&camera.scene, jumper, camera.feed);
+        for (int64_t tick = passage.entry - 60; tick < passage.entry - 20; ++tick) look(&camera, tick);
+        int32_t seen = 0;
+        double worst_x = 0;
+        double worst_y = 0;
+        for (int64_t tick = passage.entry - 20; tick <= passage.exit; ++tick) {
+            const Detection found = look(&camera, tick);
+            SceneJumper truth{};
+            if (!scene_jumper_at(&camera.scene, camera.feed, tick, &truth)) continue;
+            if (truth.x < 120 || truth.x > kFrameWidth - 120) continue;  // half outside: the centroid is another one
+            EXPECT_EQ(found.type, 1) << "tick " << tick << " x " << truth.x;
+            EXPECT_EQ(found.blob_count, 1) << "tick " << tick;
+            if (found.type == 0) continue;
+            ++seen;
+            worst_x = std::max(worst_x, std::abs(found.x - truth.x));
+            worst_y = std::max(worst_y, std::abs(found.y - (truth.y - camera.offset)));
+        }
+        EXPECT_GT(seen, 30);
+        EXPECT_LT(worst_x, 5.0) << "jumper " << jumper;
+        EXPECT_LT(worst_y, 4.0) << "jumper " << jumper;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(AllFeeds, RigSceneDetection, testing::Values(0, 1, 2));
