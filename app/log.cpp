@@ -1,6 +1,7 @@
 #include "app/log.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
@@ -28,16 +29,16 @@ struct WallTime {
 }  // namespace
 
 static WallTime local_wall_time() {
-    timespec now = {};
-    timespec_get(&now, TIME_UTC);
-    const time_t seconds = now.tv_sec;
+    using namespace std::chrono;  // mingw's runtime has no timespec_get
+    const int64_t now_ms = duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+    const time_t seconds = static_cast<time_t>(now_ms / 1000);
     tm local = {};
 #if defined(_WIN32)
     localtime_s(&local, &seconds);
 #else
     localtime_r(&seconds, &local);
 #endif
-    return {local.tm_hour, local.tm_min, local.tm_sec, static_cast<int32_t>(now.tv_nsec / 1000000)};
+    return {local.tm_hour, local.tm_min, local.tm_sec, static_cast<int32_t>(now_ms % 1000)};
 }
 
 // Keeps exactly one earlier run. A missing predecessor is the normal first start, so nothing here can fail loudly.
