@@ -1,0 +1,85 @@
+#include "ipc/sync_set.h"
+
+#include <cstdio>
+
+#include <windows.h>
+
+#include "app/log.h"
+
+// The handle at `index`, null where there is none.
+static HANDLE mutex_at(const IpcSyncSet* set, int32_t index) {
+    return set && index >= 0 && index < kSyncObjectCount ? set->mutex[index] : nullptr;
+}
+
+static HANDLE event_at(const IpcSyncSet* set, int32_t index) {
+    return set && index >= 0 && index < kSyncObjectCount ? set->event[index] : nullptr;
+}
+
+static bool create_pair(IpcSyncSet* set, int32_t index) {
+    char name[64];
+    snprintf(name, sizeof name, "%s%d", kMutexNamePrefix, index);
+    set->mutex[index] = CreateMutexA(nullptr, FALSE, name);
+    if (!set->mutex[index]) {
+        const DWORD error = GetLastError();
+        log_error("ipc: CreateMutex failed for '%s', error=%lu", name, error);
+        return false;
+    }
+    snprintf(name, sizeof name, "%s%d", kEventNamePrefix, index);
+    set->event[index] = CreateEventA(nullptr, event_is_manual_reset(index), FALSE, name);
+    if (!set->event[index]) {
+        const DWORD error = GetLastError();
+        log_error("ipc: CreateEvent failed for '%s', error=%lu", name, error);
+        return false;
+    }
+    return true;
+}
+
+int32_t ipc_init(IpcSyncSet* set) {
+    if (!set) return -1;
+    *set = {};
+    for (int32_t index = 0; index < kSyncObjectCount; ++index) {
+        if (create_pair(set, index)) continue;
+        ipc_close(set);
+        return -1;
+    }
+    log_info("ipc: initialized %d mutexes and %d events", kSyncObjectCount, kSyncObjectCount);
+    return 0;
+}
+
+int32_t ipc_lock(IpcSyncSet* set, int32_t index) {
+    const HANDLE mutex = mutex_at(set, index);
+    if (!mutex) return -1;
+    const DWORD result = WaitForSingleObject(mutex, kLockTimeoutMs);
+    return result == WAIT_OBJECT_0 || result == WAIT_ABANDONED ? 0 : -1;
+}
+
+void ipc_unlock(IpcSyncSet* set, int32_t index) {
+    if (const HANDLE mutex = mutex_at(set, index)) ReleaseMutex(mutex);
+}
+
+void ipc_signal(IpcSyncSet* set, int32_t index) {
+    if (const HANDLE event = event_at(set, index)) SetEvent(event);
+}
+
+void ipc_reset_event(IpcSyncSet* set, int32_t index) {
+    if (const HANDLE event = event_at(set, index)) ResetEvent(event);
+}
+
+void ipc_reset_all_events(IpcSyncSet* set) {
+    if (!set) return;
+    for (int32_t index = 0; index < kSyncObjectCount; ++index) ipc_reset_event(set, index);
+    log_info("ipc: reset %d events to non-signaled state", kSyncObjectCount);
+}
+
+static void close_and_null(void** handle) {
+    if (*handle) CloseHandle(*handle);
+    *handle = nullptr;
+}
+
+void ipc_close(IpcSyncSet* set) {
+    if (!set) return;
+    for (int32_t index = 0; index < kSyncObjectCount; ++index) {
+        close_and_null(&set->event[index]);
+        close_and_null(&set->mutex[index]);
+    }
+}
