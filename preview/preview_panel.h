@@ -27,13 +27,18 @@ inline constexpr int32_t kPaneCount = 4;
 
 struct PreviewPane {
     int32_t feed;      // 0..2; -1 for the combined pane while it is built from feeds
-    bool is_output;    // reads an output region
+    bool is_output;    // of the output kind (combined pane)
     bool connected;    // has a source
     bool has_picture;  // the last refresh filled the bitmap; without, the placeholder is painted
     const void* view;  // source: the feed's channel in use or the output region shown; not owned
     RegionRect motion_rect;
     RegionRect ignore_rect;
     int32_t offset;  // overlay_frame_offsets as last seen
+    // Of the frame in the bitmap, feed panes only.
+    int64_t pts;
+    int64_t seq;
+    uint32_t motion_flags;
+    uint32_t display_type;
     BITMAPINFOHEADER header;
     uint8_t pixels[kPaneMaxBytes];
 };
@@ -55,7 +60,8 @@ struct PreviewPanel {
     SharedRegion control;
     SharedRegion channel[kFeedCount][kChannelCount];  // [f][0] is the pane's own
     SharedRegion output[2];
-    bool outputs_mapped;  // both
+    bool combined_on_output;  // the combined pane was set up on an output region
+    bool outputs_mapped;      // both
     PreviewPane pane[kPaneCount];
     uint32_t slot[kFeedCount];  // the feeds' newest complete slots at the last refresh
 

@@ -1,0 +1,25 @@
+// What the preview's source files tell one another; nobody outside the room includes this.
+#pragma once
+
+#include "preview/preview_panel.h"
+
+inline constexpr char kPreviewWindowClass[] = "SkiJumpPreview";
+
+// preview_paint.cpp: the picture area's window. Create registers its class too and leaves panel->window null when it
+// fails. Destroy also lets go of the back buffer.
+void preview_window_create(PreviewPanel* panel);
+void preview_window_destroy(PreviewPanel* panel);
+void preview_repaint(PreviewPanel* panel);
+
+// preview_refresh.cpp: fills all pane bitmaps from the newest frames.
+void preview_render(PreviewPanel* panel);
+
+// preview_sources.cpp: the regions. Map and reconnect open what is missing; unmap closes everything.
+void preview_map_sources(PreviewPanel* panel);
+void preview_reconnect_sources(PreviewPanel* panel);
+void preview_unmap_sources(PreviewPanel* panel);
+void preview_load_regions(PreviewPanel* panel, int32_t feed);
+
+// preview_panel.cpp
+void preview_place_pictures(PreviewPanel* panel);
+void preview_set_button_text(PreviewPanel* panel, int32_t id, const char* text);

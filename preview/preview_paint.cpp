@@ -1,0 +1,251 @@
+// The picture area: a window that paints the four panes from their bitmaps and takes the mouse for the divider.
+// Painted into an off-screen picture of the window's size first, so that nothing flickers.
+#include <windows.h>
+
+#include <cstdio>
+
+#include "app/commands.h"
+#include "app/log.h"
+#include "preview/jumper_caption.h"
+#include "preview/preview_internal.h"
+
+namespace {
+
+constexpr COLORREF kPlaceholderColor = RGB(32, 32, 32);
+constexpr COLORREF kPlaceholderText = RGB(255, 255, 0);
+constexpr COLORREF kCaptionText = RGB(255, 255, 255);
+constexpr COLORREF kCaptionGround = RGB(0, 0, 128);
+constexpr COLORREF kDividerPen = RGB(128, 128, 128);
+constexpr COLORREF kDividerFill = RGB(200, 200, 200);
+
+}  // namespace
+
+static RECT rect_of(const PlaceRect& place) {
+    return {place.left, place.top, place.right, place.bottom};
+}
+
+// GDI's own text does not follow the program's code page, so what we draw goes through UTF-16.
+static void draw_text(HDC dc, int32_t x, int32_t y, const char* text) {
+    wchar_t wide[kJumperCaptionSize];
+    const int32_t length = MultiByteToWideChar(CP_UTF8, 0, text, -1, wide, kJumperCaptionSize);
+    if (length <= 1) return;
+    RECT rect = {x, y, x, y};
+    DrawTextW(dc, wide, length - 1, &rect, DT_LEFT | DT_TOP | DT_SINGLELINE | DT_NOCLIP | DT_NOPREFIX);
+}
+
+static void fill(HDC dc, const RECT& rect, COLORREF color) {
+    HBRUSH brush = CreateSolidBrush(color);
+    FillRect(dc, &rect, brush);
+    DeleteObject(brush);
+}
+
+static void draw_placeholder(HDC dc, const RECT& rect, int32_t pane) {
+    fill(dc, rect, kPlaceholderColor);
+    char text[16] = "COMBINED";
+    if (pane != kCombinedPane) snprintf(text, sizeof text, "FEED %d", static_cast<int>(pane));
+    SetBkMode(dc, TRANSPARENT);
+    SetTextColor(dc, kPlaceholderText);
+    draw_text(dc, rect.left + 5, rect.top + 3, text);
+}
+
+static void draw_pane(const PreviewPanel* panel, HDC dc, int32_t index) {
+    const PreviewPane& pane = panel->pane[index];
+    const RECT rect = rect_of(panel->places.pane[index].screen);
+    if (!pane.has_picture) {
+        draw_placeholder(dc, rect, index);
+        return;
+    }
+    BITMAPINFO info = {};
+    info.bmiHeader = pane.header;
+    StretchDIBits(dc, rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top, 0, 0, pane.header.biWidth,
+                  pane.header.biHeight, pane.pixels, &info, DIB_RGB_COLORS, SRCCOPY);
+}
+
+static void draw_caption(const PreviewPanel* panel, HDC dc) {
+    int32_t bib = 0;
+    const char* name = nullptr;
+    const char* club = nullptr;
+    if (!panel->current_jumper || !panel->current_jumper(panel->current_jumper_context, &bib, &name, &club)) return;
+    char caption[kJumperCaptionSize];
+    format_jumper_caption(caption, bib, name, club);
+    const PlaceRect& pane = panel->places.pane[kCombinedPane].screen;
+    const HGDIOBJ previous = SelectObject(dc, panel->caption_font);
+    SetBkMode(dc, OPAQUE);
+    SetBkColor(dc, kCaptionGround);
+    SetTextColor(dc, kCaptionText);
+    draw_text(dc, pane.left + (pane.right - pane.left) * 64 / 1920, pane.top + 2, caption);
+    SelectObject(dc, previous);
+}
+
+static void draw_divider(const PreviewPanel* panel, HDC dc) {
+    const PlaceRect& bar = panel->places.divider_bar;
+    HPEN pen = CreatePen(PS_SOLID, 1, kDividerPen);
+    HBRUSH brush = CreateSolidBrush(kDividerFill);
+    const HGDIOBJ previous_pen = SelectObject(dc, pen), previous_brush = SelectObject(dc, brush);
+    Rectangle(dc, bar.left, bar.top, bar.right, bar.bottom);
+    SelectObject(dc, previous_pen);
+    SelectObject(dc, previous_brush);
+    DeleteObject(pen);
+    DeleteObject(brush);
+}
+
+static void draw_all(const PreviewPanel* panel, HDC dc, const RECT& client) {
+    FillRect(dc, &client, GetSysColorBrush(COLOR_BTNFACE));
+    SetStretchBltMode(dc, COLORONCOLOR);
+    for (int32_t pane = 0; pane < kPaneCount; ++pane) draw_pane(panel, dc, pane);
+    draw_caption(panel, dc);
+    draw_divider(panel, dc);
+}
+
+static void release_back_buffer(PreviewPanel* panel) {
+    if (panel->back_dc) {
+        SelectObject(panel->back_dc, panel->back_previous);
+        DeleteDC(panel->back_dc);
+    }
+    if (panel->back_bitmap) DeleteObject(panel->back_bitmap);
+    panel->back_dc = nullptr;
+    panel->back_bitmap = nullptr;
+    panel->back_previous = nullptr;
+}
+
+// Keeps an off-screen picture of the window's size. False when there is none to be had.
+static bool ensure_back_buffer(PreviewPanel* panel, HDC screen, const RECT& client) {
+    const SIZE size = {client.right, client.bottom};
+    if (panel->back_dc && panel->back_size.cx == size.cx && panel->back_size.cy == size.cy) return true;
+    release_back_buffer(panel);
+    panel->back_bitmap = CreateCompatibleBitmap(screen, size.cx, size.cy);
+    if (!panel->back_bitmap) return false;
+    panel->back_dc = CreateCompatibleDC(screen);
+    if (!panel->back_dc) {
+        release_back_buffer(panel);
+        return false;
+    }
+    panel->back_previous = SelectObject(panel->back_dc, panel->back_bitmap);
+    panel->back_size = size;
+    return true;
+}
+
+static bool on_paint(PreviewPanel* panel, WPARAM, LPARAM, LRESULT*) {
+    PAINTSTRUCT paint;
+    const HDC screen = BeginPaint(panel->window, &paint);
+    RECT client;
+    GetClientRect(panel->window, &client);
+    if (client.right > 0 && client.bottom > 0 && ensure_back_buffer(panel, screen, client)) {
+        draw_all(panel, panel->back_dc, client);
+        const RECT& dirty = paint.rcPaint;
+        BitBlt(screen, dirty.left, dirty.top, dirty.right - dirty.left, dirty.bottom - dirty.top, panel->back_dc,
+               dirty.left, dirty.top, SRCCOPY);
+    }
+    EndPaint(panel->window, &paint);
+    return true;
+}
+
+// Painting covers every pixel; erasing first would only flicker.
+static bool on_erase_background(PreviewPanel*, WPARAM, LPARAM, LRESULT* result) {
+    *result = 1;
+    return true;
+}
+
+static int32_t mouse_x(LPARAM lp) {
+    return static_cast<int16_t>(LOWORD(lp));
+}
+
+static int32_t mouse_y(LPARAM lp) {
+    return static_cast<int16_t>(HIWORD(lp));
+}
+
+static bool on_left_down(PreviewPanel* panel, WPARAM, LPARAM lp, LRESULT*) {
+    if (!hits_divider(panel->places, mouse_x(lp), mouse_y(lp))) return false;
+    panel->dragging = true;
+    SetCapture(panel->window);
+    return true;
+}
+
+static bool on_mouse_move(PreviewPanel* panel, WPARAM, LPARAM lp, LRESULT*) {
+    if (!panel->dragging) return false;
+    preview_set_divider(panel, mouse_x(lp));
+    panel->divider = panel->places.divider;  // a drag beyond the limit is not remembered
+    return true;
+}
+
+static bool on_left_up(PreviewPanel* panel, WPARAM, LPARAM, LRESULT*) {
+    if (!panel->dragging) return false;
+    ReleaseCapture();
+    return true;
+}
+
+static bool on_capture_changed(PreviewPanel* panel, WPARAM, LPARAM, LRESULT*) {
+    panel->dragging = false;
+    return true;
+}
+
+static bool on_set_cursor(PreviewPanel* panel, WPARAM, LPARAM lp, LRESULT* result) {
+    POINT point;
+    if (LOWORD(lp) != HTCLIENT || !GetCursorPos(&point) || !ScreenToClient(panel->window, &point)) return false;
+    if (!panel->dragging && !hits_divider(panel->places, point.x, point.y)) return false;
+    SetCursor(LoadCursorA(nullptr, reinterpret_cast<LPCSTR>(IDC_SIZEWE)));
+    *result = TRUE;
+    return true;
+}
+
+static LRESULT CALLBACK preview_proc(HWND window, UINT message, WPARAM wp, LPARAM lp) {
+    // False: default processing.
+    static constexpr struct {
+        UINT message;
+        bool (*handle)(PreviewPanel*, WPARAM, LPARAM, LRESULT*);
+    } kMessages[] = {
+        {WM_PAINT, on_paint},          {WM_ERASEBKGND, on_erase_background}, {WM_LBUTTONDOWN, on_left_down},
+        {WM_MOUSEMOVE, on_mouse_move}, {WM_LBUTTONUP, on_left_up},           {WM_CAPTURECHANGED, on_capture_changed},
+        {WM_SETCURSOR, on_set_cursor},
+    };
+    if (message == WM_NCCREATE) {
+        SetWindowLongPtrA(window, 0,
+                          reinterpret_cast<LONG_PTR>(reinterpret_cast<CREATESTRUCTA*>(lp)->lpCreateParams));
+    }
+    auto* panel = reinterpret_cast<PreviewPanel*>(GetWindowLongPtrA(window, 0));
+    LRESULT result = 0;
+    if (panel && panel->window) {
+        for (const auto& entry : kMessages) {
+            if (entry.message == message && entry.handle(panel, wp, lp, &result)) return result;
+        }
+    }
+    if (message == WM_NCDESTROY) SetWindowLongPtrA(window, 0, 0);
+    return DefWindowProcA(window, message, wp, lp);
+}
+
+void preview_window_create(PreviewPanel* panel) {
+    WNDCLASSEXA description = {};
+    description.cbSize = sizeof description;
+    description.lpfnWndProc = preview_proc;
+    description.cbWndExtra = sizeof(PreviewPanel*);
+    description.hInstance = panel->instance;
+    description.hCursor = LoadCursorA(nullptr, reinterpret_cast<LPCSTR>(IDC_ARROW));
+    description.lpszClassName = kPreviewWindowClass;
+    if (!RegisterClassExA(&description)) {
+        const DWORD error = GetLastError();
+        log_error("preview: RegisterClassEx failed: %lu", error);
+        return;
+    }
+    panel->window =
+        CreateWindowExA(0, kPreviewWindowClass, "", WS_CHILD | WS_CLIPSIBLINGS, 0, 0, 0, 0, panel->main_window,
+                        reinterpret_cast<HMENU>(INT_PTR{kIdPreviewPicture}), panel->instance, panel);
+    if (!panel->window) {
+        const DWORD error = GetLastError();
+        log_error("preview: CreateWindow failed: %lu", error);
+        return;
+    }
+    SetWindowPos(panel->window, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+}
+
+void preview_window_destroy(PreviewPanel* panel) {
+    if (panel->window) DestroyWindow(panel->window);
+    panel->window = nullptr;
+    release_back_buffer(panel);
+    if (panel->instance) UnregisterClassA(kPreviewWindowClass, panel->instance);
+}
+
+void preview_repaint(PreviewPanel* panel) {
+    if (!panel->window) return;
+    InvalidateRect(panel->window, nullptr, FALSE);
+    UpdateWindow(panel->window);
+}

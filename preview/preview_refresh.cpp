@@ -1,0 +1,114 @@
+// One refresh: counters, slots, bitmaps, marks. The pixels come straight from the shared slots; what is decided is
+// decided in preview_decisions.
+#include <windows.h>
+
+#include "ipc/frame_ring.h"
+#include "ipc/shared_access.h"
+#include "preview/preview_decisions.h"
+#include "preview/preview_internal.h"
+#include "settings/settings.h"
+
+// One field under its mutex, which is free again before the next is taken.
+template <class T>
+static T locked_load(IpcSyncSet* sync, int32_t mutex, const T& field) {
+    ipc_lock(sync, mutex);
+    const T value = shared_load(field);
+    ipc_unlock(sync, mutex);
+    return value;
+}
+
+static PaneBitmap bitmap_of(PreviewPane* pane) {
+    return {static_cast<int32_t>(pane->header.biWidth), static_cast<int32_t>(pane->header.biHeight), pane->pixels};
+}
+
+// Moves the feed panes to the live channel and finds their newest complete slots.
+static void follow_counters(PreviewPanel* panel, const ControlBlock* control) {
+    int32_t channel = locked_load(panel->sync, kMutexChannel, control->channel);
+    if (channel < 0 || channel >= kChannelCount) channel = 0;
+    for (int32_t feed = 0; feed < kFeedCount; ++feed) {
+        const void* view = panel->channel[feed][channel].view;
+        if (view) panel->pane[feed].view = view;
+    }
+    for (int32_t feed = 0; feed < kFeedCount; ++feed) {
+        panel->slot[feed] = newest_slot(locked_load(panel->sync, kMutexNw + feed, control->feed[feed][channel].nw));
+    }
+}
+
+static void note_header(PreviewPane* pane, uint32_t slot) {
+    const auto* header =
+        reinterpret_cast<const FrameSlotHeader*>(static_cast<const uint8_t*>(pane->view) + feed_slot_offset(slot));
+    pane->pts = shared_load(header->pts);
+    pane->seq = shared_load(header->seq);
+    pane->motion_flags = shared_load(header->motion_flags);
+    pane->display_type = shared_load(header->display_type);
+}
+
+static void mark_motion(PreviewPanel* panel, const ControlBlock* control, int32_t feed, const PaneBitmap& bitmap) {
+    if (!panel->highlight_on || !panel->settings || !control) return;
+    const PreviewPane& pane = panel->pane[feed];
+    const uint32_t motion_active = locked_load(panel->sync, kMutexOutput, control->motion_active[feed]);
+    if (!marks_motion(panel->highlight_on, motion_active, pane.motion_flags, pane.motion_rect)) return;
+    overlay_mark_motion(bitmap, pane.motion_rect, pane.ignore_rect,
+                        static_cast<uint8_t>(panel->settings->mark_motion_Y & 0xFF));
+}
+
+static void render_feed(PreviewPanel* panel, const ControlBlock* control, int32_t feed) {
+    PreviewPane& pane = panel->pane[feed];
+    if (!pane.connected || !pane.view) return;
+    const PaneBitmap bitmap = bitmap_of(&pane);
+    convert_slot(feed_slot_picture(pane.view, panel->slot[feed]), bitmap);
+    note_header(&pane, panel->slot[feed]);
+    mark_motion(panel, control, feed, bitmap);
+    overlay_motion_outline(bitmap, pane.motion_rect);
+    overlay_ignore_region(bitmap, pane.ignore_rect);
+    pane.has_picture = true;
+}
+
+// Asks the control block which output region and slot to show; without one no output frame is known.
+static int32_t follow_output(PreviewPanel* panel, const ControlBlock* control) {
+    if (!control) return -1;
+    const uint32_t output_active = locked_load(panel->sync, kMutexOutput, control->output_active);
+    const int32_t index = locked_load(panel->sync, kMutexOutputFrame, control->output_frame_idx);
+    if (panel->outputs_mapped) panel->pane[kCombinedPane].view = panel->output[output_to_show(output_active)].view;
+    return index;
+}
+
+static void render_combined(PreviewPanel* panel, const ControlBlock* control) {
+    PreviewPane& combined = panel->pane[kCombinedPane];
+    const PreviewPane& middle = panel->pane[1];
+    CombinedInputs inputs = {};
+    inputs.output_frame_idx = follow_output(panel, control);
+    inputs.output_source = combined.view != nullptr;
+    inputs.display_type = middle.display_type;
+    for (int32_t feed = 0; feed < kFeedCount; ++feed) inputs.feed_connected[feed] = panel->pane[feed].connected;
+
+    const CombinedSource source = combined_source(inputs);
+    combined.has_picture = source.kind != CombinedKind::nothing;
+    if (source.kind == CombinedKind::output) {
+        convert_slot(output_slot_picture(combined.view, source.slot), bitmap_of(&combined));
+    } else if (source.kind == CombinedKind::stacked) {
+        const int32_t bottom = source.bottom_feed;
+        convert_stacked(feed_slot_picture(middle.view, panel->slot[1]),
+                        feed_slot_picture(panel->pane[bottom].view, panel->slot[bottom]), bitmap_of(&combined));
+    }
+}
+
+void preview_render(PreviewPanel* panel) {
+    const ControlBlock* control = preview_control_block(panel);
+    if (control) follow_counters(panel, control);
+    for (int32_t feed = 0; feed < kFeedCount; ++feed) render_feed(panel, control, feed);
+    render_combined(panel, control);
+}
+
+void preview_refresh(PreviewPanel* panel) {
+    // Answered before the counters are read: a frame that comes from here on deserves its own message.
+    panel->thread.posted.store(false);
+    if (!panel->active) return;
+    preview_render(panel);
+    preview_repaint(panel);
+}
+
+void preview_reconnect(PreviewPanel* panel) {
+    preview_reconnect_sources(panel);
+    preview_refresh(panel);
+}
