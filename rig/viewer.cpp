@@ -141,7 +141,7 @@ static void paint(HWND window, Viewer* viewer) {
 
 static void refresh(HWND window, Viewer* viewer) {
     if (worker_should_exit(&viewer->worker)) {
-        DestroyWindow(window);
+        PostQuitMessage(0);  // the window goes with the process: destroying it can wait seconds for a window manager
         return;
     }
     const int32_t asked_before = viewer->asked_feed;
