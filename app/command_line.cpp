@@ -140,7 +140,7 @@ static int32_t take_option(const char* token, const char* value, CommandLine* pa
 
 int32_t parse_command_line(const char* line, CommandLine* parsed) {
     CommandLine result;
-    Tokens tokens;
+    Tokens tokens = {};
     split(line ? line : "", &tokens);
     for (int32_t i = 0; i < tokens.count;) {
         const std::string_view token(tokens.token[i]);
