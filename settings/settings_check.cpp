@@ -113,8 +113,8 @@ static std::string value_reason(const SettingsLine& line, int32_t number, const 
     return reason;
 }
 
-// An empty text is written as a line without value; that loading ignores the line matters only when the setting is not
-// empty afterwards.
+// An empty text is written as a line without value; that loading ignores the line matters only when the setting is
+// not empty afterwards.
 static std::string no_value_reason(const SettingsLine& line, const Outcome& outcome) {
     const int32_t row = setting_row_find(line.key);
     if (row < 0) return "unknown key, no value";

@@ -1,5 +1,6 @@
 #include "settings/pixel_frames_file.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
