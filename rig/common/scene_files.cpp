@@ -68,15 +68,16 @@ static void write_regions(FILE* file, int32_t feed) {
     fprintf(file, "ignore_start_y[%d]=%d\nignore_end_y[%d]=%d\n", feed, ignore_top, feed, kIgnoreBottom);
 }
 
-// Anchors are rows of the 540 that a feed shows; lines outside the picture stay unset.
+// Anchors count rows from the full picture, like the regions: the console adds the overlay offset to a clicked row.
+// Lines outside the picture stay unset.
 static void write_anchors(FILE* file, int32_t feed) {
     fprintf(file, "meter_line_count[%d]=%d\nmeter_line_start[%d]=%d\nmeter_line_increment[%d]=%d\n", feed,
             kLineCount[feed], feed, kLineStart[feed], feed, kLineIncrement);
     for (int32_t line = 0; line < kLineCount[feed]; ++line) {
         const SceneAnchor anchor = scene_anchor(feed, kLineStart[feed] + line * kLineIncrement);
         if (!anchor.visible) continue;
-        fprintf(file, "@far[%d][%2d]=%d,%d\n", feed, line, anchor.far_x, anchor.far_y - kOverlayOffset[feed]);
-        fprintf(file, "@near[%d][%2d]=%d,%d\n", feed, line, anchor.near_x, anchor.near_y - kOverlayOffset[feed]);
+        fprintf(file, "@far[%d][%2d]=%d,%d\n", feed, line, anchor.far_x, anchor.far_y);
+        fprintf(file, "@near[%d][%2d]=%d,%d\n", feed, line, anchor.near_x, anchor.near_y);
     }
 }
 
