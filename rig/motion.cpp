@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "rig/blob_mark.h"
 #include "rig/common/rig_settings.h"
 #include "rig/common/worker_runtime.h"
 #include "rig/detection.h"
@@ -149,6 +150,11 @@ static void look_at_frame(Motion* motion, uint32_t index) {
 
     const uint32_t flags = shared_load(slot->motion_flags) & ~kMotionFoundBit;
     shared_store(slot->motion_flags, found.type != 0 ? flags | kMotionFoundBit : flags);
+    BlobMark* mark = blob_mark(slot);
+    shared_store(mark->x, found.x);
+    shared_store(mark->y, found.y);
+    shared_store(mark->size, found.type != 0 ? found.size : 0);
+    shared_store(mark->frame, static_cast<uint32_t>(seq));
     const PassageFrame frame{seq, pts, found.type != 0, found.x, found.y};
     if (passage_step(&motion->passage, motion->settings.passage, frame)) publish_passage(motion);
     if (motion->log != nullptr) {

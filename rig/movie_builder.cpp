@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "rig/blob_mark.h"
+
 namespace {
 
 constexpr int32_t kFramesPerStep = 6;
@@ -14,7 +16,7 @@ constexpr uint8_t kBlackLuma = 16, kNeutralChroma = 128;
 
 }  // namespace
 
-static void copy_half(uint8_t* output_slot, int32_t half, const FrameSlotHeader* feed_slot) {
+static void copy_half(uint8_t* output_slot, int32_t half, const FrameSlotHeader* feed_slot, bool circle) {
     constexpr size_t luma = size_t{kFrameWidth} * kFeedHeight;
     constexpr size_t chroma = luma / 4;
     uint8_t* y = output_slot + y_plane_offset() + static_cast<size_t>(half) * luma;
@@ -29,6 +31,9 @@ static void copy_half(uint8_t* output_slot, int32_t half, const FrameSlotHeader*
     std::memcpy(y, feed_slot_y(feed_slot), luma);
     std::memcpy(u, feed_slot_u(feed_slot), chroma);
     std::memcpy(v, feed_slot_v(feed_slot), chroma);
+    const BlobMark* mark = blob_mark(feed_slot);
+    if (!circle || shared_load(mark->frame) != static_cast<uint32_t>(shared_load(feed_slot->seq))) return;
+    draw_blob_circle(y, kFeedHeight, {shared_load(mark->x), shared_load(mark->y), shared_load(mark->size), 0});
 }
 
 // The slot of `feed` that was filled when feed 1's frame `index` was, as far as the ring still has it.
@@ -46,8 +51,9 @@ static void copy_frame(MovieBuilder* builder, Worker* worker, FeedRing (&rings)[
     const int32_t partner = shared_load(reference->display_type) == kPairWithFeed2 ? 2 : 0;
     uint8_t* slot = output_view + output_slot_offset(static_cast<uint32_t>(builder->next - builder->start));
     std::memcpy(slot, reference, kSlotHeaderSize);
-    copy_half(slot, 0, reference);
-    copy_half(slot, 1, paired_slot(worker, &rings[partner], builder->next));
+    const bool circles = shared_load(worker->control->blob_circles) != 0;
+    copy_half(slot, 0, reference, circles);
+    copy_half(slot, 1, paired_slot(worker, &rings[partner], builder->next), circles);
     builder->last_seq = shared_load(reference->seq);
     if (builder->next == builder->start) builder->first_seq = builder->last_seq;
 }
