@@ -1,0 +1,10 @@
+// Opens the help pages in whatever the system shows web pages with.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+
+// Opens `page` ("index.html", "settings.html"). Returns 0 when the system took it, -1 when there is no such file or
+// nothing to show it with (logged).
+int32_t help_page_open(HWND owner, const char* page);

@@ -1,0 +1,261 @@
+#include "app/main_window.h"
+
+#include <commctrl.h>
+
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+#include <memory>
+
+#include "app/commands.h"
+#include "app/log.h"
+#include "app/main_window_parts.h"
+#include "app/timers.h"
+#include "app/ui_context.h"
+
+namespace {
+
+constexpr char kStartTitle[] = "Orvek — Orvekline";
+constexpr LONG kMinWidth = 400;  // the smallest size that the window state file knows
+constexpr LONG kMinHeight = 300;
+constexpr WORD kIconResource = 1;
+
+using MessageHandler = bool (*)(UiContext*, WPARAM, LPARAM, LRESULT* result);  // false: default processing
+
+}  // namespace
+
+static bool on_command(UiContext* ui, WPARAM wp, LPARAM /*lp*/, LRESULT* /*result*/) {
+    // Static texts and edits report their own changes with the same message; a button's click, a menu item and an
+    // accelerator carry 0 or 1.
+    if (HIWORD(wp) <= 1) main_window_command(ui, LOWORD(wp));
+    return true;
+}
+
+static bool on_timer(UiContext* ui, WPARAM wp, LPARAM /*lp*/, LRESULT* /*result*/) {
+    if (!ui->closing) main_window_timer(ui, wp);
+    return true;
+}
+
+static bool on_notify(UiContext* ui, WPARAM /*wp*/, LPARAM lp, LRESULT* /*result*/) {
+    const auto* header = reinterpret_cast<const NMHDR*>(lp);
+    if (header->hwndFrom != ui->tabs || header->code != TCN_SELCHANGE) return false;
+    main_window_select_tab(ui, static_cast<int32_t>(SendMessageA(ui->tabs, TCM_GETCURSEL, 0, 0)));
+    return true;
+}
+
+static bool on_preview_refresh(UiContext* ui, WPARAM /*wp*/, LPARAM /*lp*/, LRESULT* /*result*/) {
+    preview_refresh(&ui->preview);
+    main_window_update_title(ui);
+    return true;
+}
+
+static void schedule_state_save(UiContext* ui) {
+    SetTimer(ui->window, kTimerSaveWindowState, kSaveWindowStateMs, nullptr);
+}
+
+static bool on_size(UiContext* ui, WPARAM wp, LPARAM /*lp*/, LRESULT* /*result*/) {
+    if (wp != SIZE_MINIMIZED) main_window_layout(ui);
+    schedule_state_save(ui);
+    return true;
+}
+
+static bool on_move(UiContext* ui, WPARAM /*wp*/, LPARAM /*lp*/, LRESULT* /*result*/) {
+    schedule_state_save(ui);
+    return true;
+}
+
+static bool on_min_max_info(UiContext* /*ui*/, WPARAM /*wp*/, LPARAM lp, LRESULT* /*result*/) {
+    reinterpret_cast<MINMAXINFO*>(lp)->ptMinTrackSize = {kMinWidth, kMinHeight};
+    return true;
+}
+
+// The picture takes the wheel, whichever control has the keyboard. It returns what it does not want to its parent,
+// which is us: only a wheel that did not come from there goes to it.
+static bool on_mouse_wheel(UiContext* ui, WPARAM wp, LPARAM lp, LRESULT* result) {
+    if (ui->current_tab != kTabPreview || !ui->preview.window || ui->forwarding_wheel) return false;
+    ui->forwarding_wheel = true;
+    *result = SendMessageA(ui->preview.window, WM_MOUSEWHEEL, wp, lp);
+    ui->forwarding_wheel = false;
+    return true;
+}
+
+static bool on_key_down(UiContext* ui, WPARAM wp, LPARAM /*lp*/, LRESULT* /*result*/) {
+    if (wp != VK_F1) return false;
+    main_window_open_help(ui);
+    return true;
+}
+
+// F1 in a child climbs to us as this message. For the main window itself the key's own message has done the work.
+static bool on_help_key(UiContext* ui, WPARAM /*wp*/, LPARAM lp, LRESULT* result) {
+    const auto* help = reinterpret_cast<const HELPINFO*>(lp);
+    if (help && help->hItemHandle != ui->window) main_window_open_help(ui);
+    *result = TRUE;
+    return true;
+}
+
+static bool on_close(UiContext* ui, WPARAM /*wp*/, LPARAM /*lp*/, LRESULT* /*result*/) {
+    main_window_close(ui);
+    return true;
+}
+
+static bool on_destroy(UiContext* /*ui*/, WPARAM /*wp*/, LPARAM /*lp*/, LRESULT* /*result*/) {
+    PostQuitMessage(0);
+    return true;
+}
+
+namespace {
+
+struct MessageEntry {
+    UINT message;
+    MessageHandler handle;
+};
+
+constexpr MessageEntry kMessages[] = {
+    {WM_COMMAND, on_command},
+    {WM_TIMER, on_timer},
+    {WM_NOTIFY, on_notify},
+    {kMsgPreviewRefresh, on_preview_refresh},
+    {WM_SIZE, on_size},
+    {WM_MOVE, on_move},
+    {WM_GETMINMAXINFO, on_min_max_info},
+    {WM_MOUSEWHEEL, on_mouse_wheel},
+    {WM_KEYDOWN, on_key_down},
+    {WM_HELP, on_help_key},
+    {WM_CLOSE, on_close},
+    {WM_DESTROY, on_destroy},
+};
+
+}  // namespace
+
+static LRESULT CALLBACK main_window_proc(HWND window, UINT message, WPARAM wp, LPARAM lp) {
+    if (message == WM_NCCREATE) {
+        auto* ui = static_cast<UiContext*>(reinterpret_cast<CREATESTRUCTA*>(lp)->lpCreateParams);
+        SetWindowLongPtrA(window, 0, reinterpret_cast<LONG_PTR>(ui));
+        ui->window = window;
+    }
+    auto* ui = reinterpret_cast<UiContext*>(GetWindowLongPtrA(window, 0));
+    LRESULT result = 0;
+    for (const MessageEntry& entry : kMessages)
+        if (ui && entry.message == message && entry.handle(ui, wp, lp, &result)) return result;
+    if (message == WM_NCDESTROY) SetWindowLongPtrA(window, 0, 0);
+    return DefWindowProcA(window, message, wp, lp);
+}
+
+static int32_t register_class(UiContext* ui) {
+    const INITCOMMONCONTROLSEX controls = {sizeof controls, ICC_TAB_CLASSES | ICC_LISTVIEW_CLASSES | ICC_BAR_CLASSES};
+    InitCommonControlsEx(&controls);
+
+    WNDCLASSEXA window_class = {};
+    window_class.cbSize = sizeof window_class;
+    window_class.lpfnWndProc = main_window_proc;
+    window_class.cbWndExtra = sizeof(UiContext*);
+    window_class.hInstance = ui->instance;
+    window_class.hCursor = LoadCursorA(nullptr, IDC_ARROW);
+    window_class.hIcon = LoadIconA(ui->instance, MAKEINTRESOURCEA(kIconResource));
+    window_class.hbrBackground = reinterpret_cast<HBRUSH>(INT_PTR{COLOR_BTNFACE + 1});
+    window_class.lpszClassName = kMainWindowClass;
+    if (RegisterClassExA(&window_class)) return 0;
+    log_error("RegisterClassEx failed: %lu", GetLastError());
+    return -1;
+}
+
+static int32_t create_window(UiContext* ui) {
+    const WindowPlace place = main_window_start_place(ui);
+    HWND window = CreateWindowExA(0, kMainWindowClass, kStartTitle, WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, place.x,
+                                  place.y, place.width, place.height, nullptr, nullptr, ui->instance, ui);
+    if (window) return 0;
+    const DWORD error = GetLastError();
+    ui->window = nullptr;
+    UnregisterClassA(kMainWindowClass, ui->instance);
+    log_error("CreateWindow failed: %lu", error);
+    return -1;
+}
+
+static void append_item(HMENU menu, UINT flags, int32_t id, const char* text) {
+    AppendMenuA(menu, MF_STRING | flags, static_cast<UINT_PTR>(id), text);
+}
+
+static void create_menus(UiContext* ui) {
+    HMENU capture = CreatePopupMenu();
+    append_item(capture, MF_GRAYED, kCmdFileCapture, "&Start File Capture...");
+    HMENU tools = CreatePopupMenu();
+    append_item(tools, MF_GRAYED, kCmdSelectPracticeFiles, "&Select Practice Files...");
+    append_item(tools, MF_GRAYED, kCmdSelectCameras, "Select &Cameras...");
+    HMENU help = CreatePopupMenu();
+    append_item(help, 0, kCmdHelp, "Documentation\tF1");
+    AppendMenuA(help, MF_SEPARATOR, 0, nullptr);
+    append_item(help, 0, kCmdAbout, "About...");
+
+    HMENU bar = CreateMenu();
+    AppendMenuA(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(capture), "&Capture");
+    AppendMenuA(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(tools), "&Tools");
+    AppendMenuA(bar, MF_POPUP, reinterpret_cast<UINT_PTR>(help), "&Help");
+    SetMenu(ui->window, bar);
+}
+
+static void create_accelerators(UiContext* ui) {
+    ACCEL keys[] = {{FCONTROL | FVIRTKEY, 'S', static_cast<WORD>(kCmdSaveSettings)},
+                    {FCONTROL | FVIRTKEY, 'L', static_cast<WORD>(kCmdLoadSettings)},
+                    {FVIRTKEY, VK_F8, static_cast<WORD>(kCmdForceVideo)}};
+    ui->accelerators = CreateAcceleratorTableA(keys, static_cast<int>(std::size(keys)));
+}
+
+int32_t main_window_create(UiContext* ui, HINSTANCE instance, Settings* settings, ProcessManager* processes,
+                           const char* settings_path) {
+    // In place: with its picture buffers the context is too large for a temporary on the stack.
+    std::destroy_at(ui);
+    std::construct_at(ui);
+    ui->instance = instance;
+    ui->settings = settings;
+    ui->processes = processes;
+    snprintf(ui->settings_path, sizeof ui->settings_path, "%s", settings_path);
+    GetModuleFileNameA(nullptr, ui->exe_dir, sizeof ui->exe_dir);
+    if (char* cut = strrchr(ui->exe_dir, '\\')) *cut = '\0';
+
+    if (ipc_init(&ui->sync) != 0) {
+        log_warn("controller: IPC init failed (non-fatal)");
+    } else {
+        ipc_reset_all_events(&ui->sync);
+    }
+    main_window_load_state(ui);
+    if (register_class(ui) != 0 || create_window(ui) != 0) {
+        ipc_close(&ui->sync);
+        return -1;
+    }
+    main_window_create_children(ui);
+    create_menus(ui);
+    create_accelerators(ui);
+    main_window_select_tab(ui, kTabPreview);
+    main_window_layout(ui);
+
+    SetTimer(ui->window, kTimerProcessPoll, kProcessPollMs, nullptr);
+    ShowWindow(ui->window, ui->window_state.maximized == 1 ? SW_SHOWMAXIMIZED : SW_SHOWNORMAL);
+    UpdateWindow(ui->window);
+    ui_set_status(ui, "Ready");
+    return 0;
+}
+
+int32_t main_window_run(UiContext* ui) {
+    MSG message = {};
+    while (GetMessageA(&message, nullptr, 0, 0) > 0) {
+        if (ui->accelerators && TranslateAcceleratorA(ui->window, ui->accelerators, &message)) continue;
+        TranslateMessage(&message);
+        DispatchMessageA(&message);
+    }
+    return static_cast<int32_t>(message.wParam);
+}
+
+void main_window_destroy(UiContext* ui) {
+    main_window_save_state(ui);
+    for (const uintptr_t timer : {kTimerProcessPoll, kTimerReadinessWait, kTimerForceVideoWait})
+        KillTimer(ui->window, timer);
+    preview_destroy(&ui->preview);
+    if (ui->accelerators) DestroyAcceleratorTable(ui->accelerators);
+    ui->accelerators = nullptr;
+    ipc_close(&ui->sync);
+    if (ui->window) DestroyWindow(ui->window);
+    ui->window = nullptr;
+    UnregisterClassA(kMainWindowClass, ui->instance);
+    if (ui->font) DeleteObject(ui->font);
+    ui->font = nullptr;
+}

@@ -1,0 +1,116 @@
+#include "app/commands.h"
+#include "app/help_pages.h"
+#include "app/log.h"
+#include "app/main_window_parts.h"
+#include "app/ui_context.h"
+#include "procs/feed_orchestration.h"
+#include "settings/settings_file.h"
+#include "settings/settings_values.h"
+
+// Every handler gets the distance of the id from the first of its row: the feed, where there is one per feed.
+
+static void on_start_all(UiContext* ui, int32_t /*offset*/) {
+    start_all(ui);
+}
+static void on_stop_all(UiContext* ui, int32_t /*offset*/) {
+    stop_all(ui);
+}
+static void on_launch_practice(UiContext* ui, int32_t /*offset*/) {
+    launch_practice(ui);
+}
+static void on_go_live(UiContext* ui, int32_t /*offset*/) {
+    go_live(ui);
+}
+static void on_start_capture(UiContext* ui, int32_t feed) {
+    start_worker(ui, kKindCapture, feed);
+}
+static void on_stop_capture(UiContext* ui, int32_t feed) {
+    stop_worker(ui, kKindCapture, feed);
+}
+static void on_start_motion(UiContext* ui, int32_t feed) {
+    start_worker(ui, kKindMotion, feed);
+}
+static void on_stop_motion(UiContext* ui, int32_t feed) {
+    stop_worker(ui, kKindMotion, feed);
+}
+static void on_start_videogen(UiContext* ui, int32_t /*offset*/) {
+    start_worker(ui, kKindVideogen, -1);
+}
+static void on_stop_videogen(UiContext* ui, int32_t /*offset*/) {
+    stop_worker(ui, kKindVideogen, -1);
+}
+static void on_start_viewer(UiContext* ui, int32_t /*offset*/) {
+    start_worker(ui, kKindViewer, -1);
+}
+static void on_stop_viewer(UiContext* ui, int32_t /*offset*/) {
+    stop_worker(ui, kKindViewer, -1);
+}
+
+static void on_help(UiContext* ui, int32_t /*offset*/) {
+    help_page_open(ui->window, "index.html");
+}
+
+static void on_about(UiContext* ui, int32_t /*offset*/) {
+    MessageBoxA(ui->window,
+                "Orvekline " ORVEK_VERSION
+                "\n\nReal-time multi-camera ski jumping\ndistance measurement system.\n\n"
+                "Written by the Orvekline engineers.",
+                "About Orvekline", MB_OK | MB_ICONINFORMATION);
+}
+
+static void on_save_settings(UiContext* ui, int32_t /*offset*/) {
+    if (ui->current_tab != kTabSettings) return;
+    const bool saved = settings_save(ui->settings, ui->settings_path) == 0;
+    if (saved) log_info("settings: saved to %s", ui->settings_path);
+    ui_set_status(ui, saved ? "Settings saved" : "Settings could not be saved, see controller_debug.log");
+}
+
+static void on_load_settings(UiContext* ui, int32_t /*offset*/) {
+    if (ui->current_tab != kTabSettings) return;
+    settings_init_defaults(ui->settings);
+    const bool loaded = settings_load(ui->settings, ui->settings_path) == 0;
+    log_info("settings: %s %s", loaded ? "reloaded from" : "defaults taken, cannot read", ui->settings_path);
+    feeds_tab_show_settings(&ui->feeds, ui->settings);
+    ui_set_status(ui, "Settings loaded");
+}
+
+namespace {
+
+struct CommandEntry {
+    int32_t first;
+    int32_t count;
+    void (*handle)(UiContext*, int32_t offset);
+};
+
+constexpr CommandEntry kCommands[] = {
+    {kCmdStartAll, 1, on_start_all},
+    {kCmdStopAll, 1, on_stop_all},
+    {kCmdStartCapture, 3, on_start_capture},
+    {kCmdStopCapture, 3, on_stop_capture},
+    {kCmdStartMotion, 3, on_start_motion},
+    {kCmdStopMotion, 3, on_stop_motion},
+    {kCmdStartVideogen, 1, on_start_videogen},
+    {kCmdStopVideogen, 1, on_stop_videogen},
+    {kCmdStartViewer, 1, on_start_viewer},
+    {kCmdStopViewer, 1, on_stop_viewer},
+    {kCmdToggleMotion, 3, toggle_feed_motion},
+    {kCmdFeedButton, 3, toggle_feed_motion},
+    {kCmdLaunchPractice, 1, on_launch_practice},
+    {kCmdGoLive, 1, on_go_live},
+    {kCmdHelp, 1, on_help},
+    {kCmdAbout, 1, on_about},
+    {kCmdSaveSettings, 1, on_save_settings},
+    {kCmdLoadSettings, 1, on_load_settings},
+};
+
+}  // namespace
+
+void main_window_command(UiContext* ui, int32_t id) {
+    if (preview_command(&ui->preview, id)) return;
+    for (const CommandEntry& entry : kCommands)
+        if (id >= entry.first && id < entry.first + entry.count) return entry.handle(ui, id - entry.first);
+}
+
+void main_window_open_help(UiContext* ui) {
+    help_page_open(ui->window, ui->current_tab == kTabSettings ? "settings.html" : "index.html");
+}

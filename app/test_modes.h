@@ -1,0 +1,13 @@
+// The unattended runs: they press the operator's buttons, watch the control block and close the window when done, so
+// that the ordinary shut-down stops every child. Whatever happens, an unattended run ends.
+#pragma once
+
+struct UiContext;
+
+// Starts the kickoff of the mode in ui->cli, half a second from now; nothing in interactive mode.
+void test_mode_schedule(UiContext* ui);
+
+// Timers kTimerCliKickoff, kTimerCliMonitor and kTimerCaptureKickoff.
+void cli_kickoff_tick(UiContext* ui);
+void practice_monitor_tick(UiContext* ui);
+void capture_kickoff_tick(UiContext* ui);

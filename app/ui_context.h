@@ -1,0 +1,87 @@
+// The one context: every panel's state, by value, and the few owners' pointers. It is allocated once by the entry
+// routine, lives as long as the program and reaches the window procedure through the window. Only the main window
+// and the sequences see it; a panel is handed exactly what it needs.
+#pragma once
+
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <cstdint>
+#include <string>
+
+#include "app/command_line.h"
+#include "app/feed_rates.h"
+#include "app/feeds_tab.h"
+#include "app/frame_rate_title.h"
+#include "app/practice_monitor.h"
+#include "app/processes_tab.h"
+#include "app/settings_location.h"
+#include "app/window_state.h"
+#include "ipc/sync_set.h"
+#include "preview/preview_panel.h"
+#include "procs/process_manager.h"
+#include "procs/readiness.h"
+#include "settings/settings.h"
+
+enum Tab : int32_t { kTabPreview = 0, kTabProcesses = 1, kTabFeeds = 2, kTabSettings = 3 };
+
+struct CliState {
+    uint32_t mode = kModeInteractive;  // RunMode
+    int32_t max_movies = 0, max_frames = 0;
+    char practice_dir[260] = "";
+    uint32_t source = kSourceNone;  // CaptureSource
+    int32_t duration = 0;           // seconds
+    int32_t pause_before_start = 0;
+    PracticeMonitor practice = {};
+    int32_t exit_code = 0;
+};
+
+struct UiContext {
+    // Lent by the entry routine for the whole run.
+    HINSTANCE instance = nullptr;
+    Settings* settings = nullptr;
+    ProcessManager* processes = nullptr;
+    char settings_path[kSettingsPathSize] = "";
+    char exe_dir[MAX_PATH] = "";  // without a trailing backslash
+
+    HWND window = nullptr;
+    HWND tabs = nullptr;
+    HWND page = nullptr;  // ground of the tabs' controls
+    HWND status = nullptr;
+    HWND settings_note = nullptr;
+    HACCEL accelerators = nullptr;
+    HFONT font = nullptr;
+    int32_t current_tab = kTabPreview;
+    bool closing = false;
+    bool forwarding_wheel = false;
+
+    char window_state_path[kSettingsPathSize + 32] = "";
+    WindowState window_state = {};
+    std::string title;
+    FrameRateMonitor frame_rates = {};
+    FeedRates feed_rates = {};
+
+    IpcSyncSet sync = {};
+    PreviewPanel preview = {};
+    FeedsTab feeds = {};
+    ProcessesTab process_tab = {};
+
+    ReadinessWait readiness = {};
+    bool auto_sync_on_resume = false;
+
+    CliState cli = {};
+};
+
+// The control block, or null while there is none.
+inline ControlBlock* ui_control_block(UiContext* ui) {
+    return preview_control_block(&ui->preview);
+}
+
+inline void ui_set_status(UiContext* ui, const char* text) {
+    SendMessageA(ui->status, SB_SETTEXTA, 0, reinterpret_cast<LPARAM>(text));
+}
+
+inline void ui_rebuild_processes(UiContext* ui) {
+    processes_tab_rebuild(&ui->process_tab, ui->processes);
+}

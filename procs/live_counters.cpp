@@ -1,0 +1,28 @@
+#include "procs/live_counters.h"
+
+#include "ipc/shared_access.h"
+
+int32_t read_live_channel(const ControlBlock* control, IpcSyncSet* sync) {
+    ipc_lock(sync, kMutexChannel);
+    const int32_t channel = shared_load(control->channel);
+    ipc_unlock(sync, kMutexChannel);
+    return channel >= 0 && channel < kChannelCount ? channel : 0;
+}
+
+int32_t read_live_nw(const ControlBlock* control, IpcSyncSet* sync, uint32_t nw[kFeedCount]) {
+    const int32_t channel = read_live_channel(control, sync);
+    for (int32_t f = 0; f < kFeedCount; ++f) {
+        ipc_lock(sync, kMutexNw + f);
+        nw[f] = shared_load(control->feed[f][channel].nw);
+        ipc_unlock(sync, kMutexNw + f);
+    }
+    return channel;
+}
+
+void read_motion_idx(const ControlBlock* control, IpcSyncSet* sync, uint32_t motion_idx[kFeedCount]) {
+    for (int32_t f = 0; f < kFeedCount; ++f) {
+        ipc_lock(sync, kMutexMotionIdx + f);
+        motion_idx[f] = shared_load(control->motion_idx[f]);
+        ipc_unlock(sync, kMutexMotionIdx + f);
+    }
+}
