@@ -3,6 +3,7 @@
 #include "rig/detection.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 #include "ipc/frame_ring.h"
@@ -55,11 +56,11 @@ static inline uint8_t differs(uint8_t a, uint8_t b, Window window, uint8_t flag)
     return static_cast<uint8_t>(difference - window.low) <= window.span ? flag : uint8_t{0};
 }
 
-static void mark_row(uint8_t* __restrict mask, int32_t count, const uint8_t* __restrict y_row,
+static void mark_row(uint8_t* __restrict mask, ptrdiff_t count, const uint8_t* __restrict y_row,
                      const uint8_t* __restrict u_row, const uint8_t* __restrict v_row,
                      const uint8_t* __restrict y_back, const uint8_t* __restrict u_back,
                      const uint8_t* __restrict v_back, Window y_window, Window u_window, Window v_window) {
-    for (int32_t x = 0; x < count; ++x) {
+    for (ptrdiff_t x = 0; x < count; ++x) {
         const uint8_t by_y = differs(y_row[2 * x], y_back[x], y_window, kYDiffers);
         const uint8_t by_u = differs(u_row[x], u_back[x], u_window, kUDiffers);
         const uint8_t by_v = differs(v_row[x], v_back[x], v_window, kVDiffers);
@@ -67,23 +68,23 @@ static void mark_row(uint8_t* __restrict mask, int32_t count, const uint8_t* __r
     }
 }
 
-static void follow_luma(uint8_t* __restrict back, const uint8_t* __restrict row, int32_t count) {
-    for (int32_t x = 0; x < count; ++x) {
+static void follow_luma(uint8_t* __restrict back, const uint8_t* __restrict row, ptrdiff_t count) {
+    for (ptrdiff_t x = 0; x < count; ++x) {
         const uint8_t now = row[2 * x];
         back[x] = static_cast<uint8_t>(back[x] + (now > back[x]) - (now < back[x]));
     }
 }
 
-static void follow_chroma(uint8_t* __restrict back, const uint8_t* __restrict row, int32_t count) {
-    for (int32_t x = 0; x < count; ++x)
+static void follow_chroma(uint8_t* __restrict back, const uint8_t* __restrict row, ptrdiff_t count) {
+    for (ptrdiff_t x = 0; x < count; ++x)
         back[x] = static_cast<uint8_t>(back[x] + (row[x] > back[x]) - (row[x] < back[x]));
 }
 
 static void take_background(Detector* detector, const uint8_t* y_plane, const uint8_t* u_plane,
                             const uint8_t* v_plane) {
-    for (int32_t row = 0; row < kCellRows; ++row)
-        for (int32_t x = 0; x < kCellColumns; ++x)
-            detector->y[static_cast<size_t>(row * kCellColumns + x)] = y_plane[2 * row * kFrameWidth + 2 * x];
+    uint8_t* back = detector->y.data();
+    for (int32_t row = 0; row < kCellRows; ++row, y_plane += ptrdiff_t{2} * kFrameWidth)
+        for (ptrdiff_t x = 0; x < kCellColumns; ++x) *back++ = y_plane[2 * x];
     std::memcpy(detector->u.data(), u_plane, detector->u.size());
     std::memcpy(detector->v.data(), v_plane, detector->v.size());
     detector->has_background = true;
@@ -94,7 +95,7 @@ static void clear_ignored(uint8_t* mask, const PixelBox& ignore, int32_t row, co
     if (row < ignore.y0 / 2 || row > ignore.y1 / 2) return;
     const int32_t first = std::max(ignore.x0 / 2, region.x0);
     const int32_t last = std::min(ignore.x1 / 2, region.x1);
-    if (first <= last) std::memset(mask + first, 0, static_cast<size_t>(last - first + 1));
+    if (first <= last) std::fill(mask + first, mask + last + 1, uint8_t{0});
 }
 
 // Adds the row's stretches of differing cells to the runs and counts the planes. Returns the cells that differ.
@@ -188,11 +189,12 @@ static void measure_blob(Detector* detector, int32_t root, Detection* found) {
         if (find_root(detector->runs, static_cast<int32_t>(i)) != root) continue;
         const BlobRun& run = detector->runs[i];
         sum_x += int64_t{run.first + run.last} * run.cells;  // twice the middle of the run, in cells: full pixels
-        sum_y += int64_t{2 * run.row} * run.cells;
+        sum_y += int64_t{2} * run.row * run.cells;
         weight += run.cells;
         found->first_y = std::min(found->first_y, 2 * run.row);
         found->last_y = std::max(found->last_y, 2 * run.row + 1);
     }
+    if (weight == 0) return;
     found->size = static_cast<int32_t>(weight) * kPixelsPerCell;
     found->x = static_cast<int32_t>((sum_x + weight / 2) / weight);
     found->y = static_cast<int32_t>((sum_y + weight / 2) / weight);
@@ -229,8 +231,8 @@ static int32_t step_row(Detector* detector, const DetectionSettings& settings, i
     const Window u_window = difference_window(settings.u_min, settings.u_max);
     const Window v_window = difference_window(settings.v_min, settings.v_max);
     const int32_t count = region.x1 - region.x0 + 1;
-    const size_t cell = static_cast<size_t>(row * kCellColumns + region.x0);
-    const uint8_t* y_row = y_plane + 2 * row * kFrameWidth + 2 * region.x0;
+    const ptrdiff_t cell = ptrdiff_t{row} * kCellColumns + region.x0;
+    const uint8_t* y_row = y_plane + ptrdiff_t{2} * row * kFrameWidth + ptrdiff_t{2} * region.x0;
     uint8_t* y_back = detector->y.data() + cell;
     uint8_t* u_back = detector->u.data() + cell;
     uint8_t* v_back = detector->v.data() + cell;

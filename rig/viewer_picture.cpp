@@ -2,13 +2,14 @@
 #include "rig/viewer_picture.h"
 
 #include <algorithm>
+#include <cstddef>
 
 static uint32_t channel(int32_t value) {
     return static_cast<uint32_t>(std::clamp(value, 0, 255));
 }
 
 static void convert_row(const uint8_t* y, const uint8_t* u, const uint8_t* v, uint32_t* pixels) {
-    for (int32_t x = 0; x < kViewWidth; ++x) {
+    for (ptrdiff_t x = 0; x < kViewWidth; ++x) {
         const int32_t luma = y[2 * x];
         const int32_t blue_shift = u[x] - 128;
         const int32_t red_shift = v[x] - 128;
