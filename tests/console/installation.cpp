@@ -43,6 +43,17 @@ static void remove_folder(const std::string& folder) {
     RemoveDirectoryA(folder.c_str());
 }
 
+// The image of the fake workers: a copy of this program, made once, because links to a running image cannot be
+// removed.
+static std::string fake_worker_image(const std::string& root) {
+    static std::string image;
+    if (!image.empty()) return image;
+    image = root + "\\fake_worker.exe";
+    if (!CopyFileA(own_path().c_str(), image.c_str(), FALSE))
+        fprintf(stderr, "cannot copy this program to '%s': error %lu\n", image.c_str(), GetLastError());
+    return image;
+}
+
 bool installation_create(Installation* installation, const std::string& name, bool simulated_rig) {
     char temp[MAX_PATH] = "";
     GetTempPathA(sizeof temp, temp);
@@ -63,7 +74,7 @@ bool installation_create(Installation* installation, const std::string& name, bo
     const std::string programs = program_folder();
     bool complete = bring(programs + "\\Orvek.exe", installation_path(*installation, "Orvek.exe"));
     for (const char* worker : kWorkerImages) {
-        const std::string source = simulated_rig ? programs + "\\" + worker : own_path();
+        const std::string source = simulated_rig ? programs + "\\" + worker : fake_worker_image(root);
         complete = bring(source, installation_path(*installation, worker)) && complete;
     }
     return complete;
@@ -147,10 +158,9 @@ HANDLE installation_start(const Installation& installation, const std::string& i
     if (!arguments.empty()) line += " " + arguments;
     STARTUPINFOA startup = {};
     startup.cb = sizeof startup;
-    if (standard_output != nullptr) {
-        startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdOutput = startup.hStdError = standard_output;
-    }
+    startup.dwFlags =
+        STARTF_USESTDHANDLES;  // without any, so that the log does not run through the test's own output
+    startup.hStdOutput = startup.hStdError = standard_output;
     PROCESS_INFORMATION started = {};
     // Suspended, so that nothing it starts can escape the job.
     if (!CreateProcessA(nullptr, line.data(), nullptr, nullptr, standard_output != nullptr, CREATE_SUSPENDED, nullptr,
