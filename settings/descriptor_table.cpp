@@ -55,7 +55,7 @@ constexpr std::array<PairTexts, kPairRows> all_pair_texts() {
 constexpr std::array<PairTexts, kPairRows> kPairTexts = all_pair_texts();
 
 // The anchors are reached by arithmetic, so the layout it rests on is asserted.
-static_assert(sizeof(Settings::far_lines) == kSettingsFeeds * kGridLinesPerFeed * sizeof(GridLine));
+static_assert(sizeof(Settings::far_lines) == sizeof(GridLine[kSettingsFeeds][kGridLinesPerFeed]));
 static_assert(sizeof(Settings::near_lines) == sizeof(Settings::far_lines));
 
 constexpr SettingDescriptor kSeparatorRow = {"", SETTING_SEPARATOR, 0, "", ""};

@@ -31,6 +31,13 @@ inline bool scan_literal(TextCursor* text, std::string_view literal) {
     return true;
 }
 
+// Whether all but the last eighteen digits are zeros.
+inline bool long_number_is_small(const char* first_digit, const char* end) {
+    for (; end - first_digit > 18; ++first_digit)
+        if (*first_digit != '0') return false;
+    return true;
+}
+
 // "%d": white space, a sign, at least one digit. False leaves *value as it was.
 inline bool scan_int(TextCursor* text, int32_t* value) {
     scan_space(text);
@@ -38,15 +45,16 @@ inline bool scan_int(TextCursor* text, int32_t* value) {
     const bool negative = at < text->end && *at == '-';
     if (at < text->end && (*at == '-' || *at == '+')) ++at;
     const char* first_digit = at;
-    const int64_t limit = negative ? -static_cast<int64_t>(INT32_MIN) : INT32_MAX;
-    int64_t magnitude = 0;
-    for (; at < text->end && *at >= '0' && *at <= '9'; ++at) {
-        magnitude = magnitude * 10 + (*at - '0');
-        if (magnitude > limit) magnitude = limit;
-    }
+    uint64_t magnitude = 0;
+    for (; at < text->end && static_cast<uint8_t>(*at - '0') <= 9; ++at)
+        magnitude = magnitude * 10 + static_cast<uint8_t>(*at - '0');
     if (at == first_digit) return false;
+    // Up to eighteen digits cannot have wrapped; a longer number is too large, unless it is made of leading zeros.
+    const uint64_t limit = negative ? uint64_t{1} << 31 : INT32_MAX;
+    if (at - first_digit > 18) magnitude = long_number_is_small(first_digit, at) ? magnitude : limit;
+    if (magnitude > limit) magnitude = limit;
     text->at = at;
-    *value = static_cast<int32_t>(negative ? -magnitude : magnitude);
+    *value = static_cast<int32_t>(negative ? -static_cast<int64_t>(magnitude) : static_cast<int64_t>(magnitude));
     return true;
 }
 

@@ -19,39 +19,34 @@ std::string_view piece_text(std::string_view piece) {
     return nul ? piece.substr(0, static_cast<size_t>(static_cast<const char*>(nul) - piece.data())) : piece;
 }
 
-void for_each_piece(std::string_view text, size_t buffer_size, PieceFunction use, void* context) {
-    while (!text.empty()) {
-        const size_t length = piece_length(text, buffer_size);
-        use(context, piece_text(text.substr(0, length)));
-        text.remove_prefix(length);
+// Uses the pieces of `text` and returns the length of what was used. Unless the text is at its end, a last piece that
+// may go on in the next chunk is left.
+static size_t use_pieces(std::string_view text, size_t buffer_size, bool at_end, PieceFunction use, void* context) {
+    const bool has_nul = !text.empty() && memchr(text.data(), '\0', text.size()) != nullptr;
+    size_t used = 0;
+    while (used < text.size()) {
+        const std::string_view piece = text.substr(used, piece_length(text.substr(used), buffer_size));
+        if (!at_end && piece.back() != '\n' && piece.size() < buffer_size - 1) break;
+        use(context, has_nul ? piece_text(piece) : piece);
+        used += piece.size();
     }
+    return used;
 }
 
-// The complete pieces at the front of `text`; a last one that may go on in the next chunk stays.
-static std::string_view complete_pieces(std::string_view text, size_t buffer_size) {
-    size_t length = 0;
-    while (length < text.size()) {
-        const size_t piece = piece_length(text.substr(length), buffer_size);
-        if (text[length + piece - 1] != '\n' && piece < buffer_size - 1) break;
-        length += piece;
-    }
-    return text.substr(0, length);
+void for_each_piece(std::string_view text, size_t buffer_size, PieceFunction use, void* context) {
+    use_pieces(text, buffer_size, true, use, context);
 }
 
 void for_each_piece_of_file(FILE* file, size_t buffer_size, PieceFunction use, void* context) {
     std::vector<char> chunk(kChunkSize);
     size_t held = 0;
-    while (true) {
+    bool at_end = false;
+    while (!at_end) {
         const size_t got = fread(chunk.data() + held, 1, chunk.size() - held, file);
+        at_end = got == 0;
         held += got;
-        const std::string_view text(chunk.data(), held);
-        if (got == 0) {
-            for_each_piece(text, buffer_size, use, context);
-            return;
-        }
-        const std::string_view complete = complete_pieces(text, buffer_size);
-        for_each_piece(complete, buffer_size, use, context);
-        held -= complete.size();
-        memmove(chunk.data(), chunk.data() + complete.size(), held);
+        const size_t used = use_pieces({chunk.data(), held}, buffer_size, at_end, use, context);
+        held -= used;
+        memmove(chunk.data(), chunk.data() + used, held);
     }
 }

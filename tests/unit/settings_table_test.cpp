@@ -1,5 +1,6 @@
 // The table read once more, against lists that were not made from it.
 #include <algorithm>
+#include <cstddef>
 #include <map>
 #include <set>
 #include <vector>
@@ -66,6 +67,35 @@ TEST(SettingsTable, EveryRowHasItsTypeDefaultCategoryAndHelp) {
         }
         EXPECT_EQ(kSettingTable[row].category, fields[3]);
         EXPECT_EQ(escaped(kSettingTable[row].description), fields[4]);
+    }
+}
+
+// Which field a key binds is the one thing the golden lists cannot tell.
+TEST(SettingsTable, EveryKeyBindsTheFieldOfItsName) {
+    const struct {
+        std::string key, field;
+        size_t offset;
+    } rows[] = {
+#define ROW(kind, key, field, init, category, help) {key, #field, offsetof(Settings, field)},
+#define ROW_NOT_SAVED ROW
+#define SEPARATOR()
+#include "settings/descriptor_rows.inc"
+#undef ROW
+#undef ROW_NOT_SAVED
+#undef SEPARATOR
+    };
+    EXPECT_EQ(std::size(rows), 208u);
+    for (const auto& row : rows) {
+        std::string expected = row.key[0] == '*' ? row.key.substr(1) : row.key;
+        if (expected.back() == '%') expected.replace(expected.size() - 1, 1, "_pct");
+        EXPECT_EQ(row.field, expected);
+        EXPECT_EQ(kSettingTable[setting_row_find(row.key)].offset, row.offset) << row.key;
+    }
+    const auto s = default_settings();
+    for (int32_t row = 0; row < kSettingRowCount; ++row) {
+        if (kSettingTable[row].type != SETTING_PAIR) continue;
+        const char* anchor = reinterpret_cast<const char*>(s.get()) + kSettingTable[row].offset;
+        EXPECT_STREQ(reinterpret_cast<const GridLine*>(anchor)->label, kSettingTable[row].key);
     }
 }
 
