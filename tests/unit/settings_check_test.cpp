@@ -1,14 +1,11 @@
 #include "settings/settings_check.h"
 
-#include <algorithm>
-#include <cstring>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "settings/settings_file.h"
 #include "tests/support/settings_text.h"
-#include "tools/orvekctl_settings.h"
 
 // "line|reason|text" of every finding.
 static std::vector<std::string> findings(std::string_view text) {
@@ -75,38 +72,4 @@ TEST(SettingsCheck, ALineReadInPiecesIsToldOnceAndSoIsASettingInItsRest) {
 TEST(SettingsCheck, ANulIsTold) {
     using std::string_view_literals::operator""sv;
     EXPECT_EQ(findings("movie_pad=1\0002\n"sv).size(), 1u);
-}
-
-TEST(OrvekctlSettings, ListsEverySettingOnALineOfItsOwn) {
-    const std::vector<std::string> lines = split_lines(settings_listing());
-    ASSERT_EQ(lines.size(), 388u);
-    EXPECT_EQ(lines[0], "frame_position_bar_height\tint\t15\tDisplay / UI\tPosition bar height in pixels");
-    EXPECT_EQ(lines[387], "@near[2][29]\tpair\t0,0\tGrid Line Anchors\tNear anchor f2 line 29");
-    for (const std::string& line : lines) EXPECT_EQ(std::count(line.begin(), line.end(), '\t'), 4) << line;
-}
-
-TEST(OrvekctlSettings, SetsThroughTheTypedSetters) {
-    const auto s = default_settings();
-    EXPECT_EQ(settings_set_from_text(s.get(), "feed_count", "2"), "");
-    EXPECT_EQ(settings_set_from_text(s.get(), "max_diff_y%", "0.5"), "");
-    EXPECT_EQ(settings_set_from_text(s.get(), "*archive_dir", "D:\\clips#2"), "");
-    EXPECT_EQ(settings_set_from_text(s.get(), "@near[0][ 1]", "3,-4"), "");
-    EXPECT_EQ(s->feed_count, 2);
-    EXPECT_EQ(s->max_diff_y_pct, 0.5f);
-    EXPECT_STREQ(s->archive_dir, "D:\\clips#2");
-    EXPECT_EQ(s->near_lines[0][1].y, -4);
-}
-
-TEST(OrvekctlSettings, RefusesWhatTheFileCannotHold) {
-    const auto s = default_settings();
-    EXPECT_EQ(settings_set_from_text(s.get(), "no_such", "2"), "unknown key 'no_such'");
-    EXPECT_EQ(settings_set_from_text(s.get(), "feed_count", "two"), "'two' is not a whole number");
-    EXPECT_EQ(settings_set_from_text(s.get(), "max_diff_y%", ""), "'' is not a number");
-    EXPECT_EQ(settings_set_from_text(s.get(), "@near[0][ 1]", "3"), "'3' is not a pair x,y");
-    EXPECT_EQ(settings_set_from_text(s.get(), "*archive_dir", "a #b"), "'a #b' cannot be kept in the file as it is");
-    EXPECT_EQ(settings_set_from_text(s.get(), "*archive_dir", "a\nb=c"),
-              "'a\nb=c' cannot be kept in the file as it is");
-    EXPECT_NE(settings_set_from_text(s.get(), "feed_sync_offset[0]", "1"), "");
-    const auto untouched = default_settings();
-    EXPECT_EQ(memcmp(s.get(), untouched.get(), sizeof(Settings)), 0);
 }
