@@ -204,7 +204,7 @@ static LRESULT CALLBACK window_proc(HWND window, UINT message, WPARAM wp, LPARAM
     }
 }
 
-// Appears without taking the keyboard from the console.
+// Appears without taking the keyboard from the console, in the far corner, where it covers least of it.
 static HWND create_window(Viewer* viewer) {
     WNDCLASSA window_class{};
     window_class.lpfnWndProc = window_proc;
@@ -215,9 +215,14 @@ static HWND create_window(Viewer* viewer) {
     constexpr DWORD style = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX;
     RECT frame = {0, 0, kViewWidth, kViewHeight};
     AdjustWindowRect(&frame, style, FALSE);
-    HWND window =
-        CreateWindowExA(0, kClassName, kTitle, style, CW_USEDEFAULT, CW_USEDEFAULT, frame.right - frame.left,
-                        frame.bottom - frame.top, nullptr, nullptr, window_class.hInstance, viewer);
+    const int32_t width = frame.right - frame.left;
+    const int32_t height = frame.bottom - frame.top;
+    RECT screen{};
+    SystemParametersInfoA(SPI_GETWORKAREA, 0, &screen, 0);
+    const int32_t left = std::max<int32_t>(screen.left, screen.right - width);
+    const int32_t top = std::max<int32_t>(screen.top, screen.bottom - height);
+    HWND window = CreateWindowExA(0, kClassName, kTitle, style, left, top, width, height, nullptr, nullptr,
+                                  window_class.hInstance, viewer);
     if (window != nullptr) ShowWindow(window, SW_SHOWNOACTIVATE);
     return window;
 }
