@@ -44,7 +44,9 @@ const FileOperations kFileOperations = {open_stream,  write_stream,     flush_st
                                         close_stream, platform_replace, remove_file};
 
 bool atomic_file_write(AtomicFile* file, std::string_view text) {
-    return file->operations->write(file->file, text.data(), text.size());
+    const bool written = file->operations->write(file->file, text.data(), text.size());
+    if (!written) file->write_lost = true;
+    return written;
 }
 
 // Writer and flush; the one log line when either fails.
@@ -55,7 +57,7 @@ static bool fill(AtomicFile* file, const char* temporary, AtomicWriter writer, c
         log_error("%s: writer failed for '%s' (rc=%d)", log_prefix, temporary, rc);
         return false;
     }
-    if (!file->operations->flush(file->file)) {
+    if (!file->operations->flush(file->file) || file->write_lost) {
         log_error("%s: fflush failed for '%s'", log_prefix, temporary);
         return false;
     }

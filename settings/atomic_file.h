@@ -28,6 +28,7 @@ extern const FileOperations kFileOperations;
 struct AtomicFile {
     const FileOperations* operations;
     void* file;
+    bool write_lost = false;  // a write failed, whatever the writer made of it
 };
 
 // Lines end in "\n" here; on Windows they reach the disk as CR LF.

@@ -230,6 +230,8 @@ TEST(SettingsSave, AnyFailingStepLeavesTheOldFileAndNoTemporaryOne) {
     const std::string tmp = path + ".tmp";
     const Case cases[] = {
         {BadDisk::open, "ERR settings: cannot open '" + tmp + "' for writing"},
+        {BadDisk::write, "ERR settings: fflush failed for '" + tmp + "'"},
+        {BadDisk::short_write, "ERR settings: fflush failed for '" + tmp + "'"},
         {BadDisk::flush, "ERR settings: fflush failed for '" + tmp + "'"},
         {BadDisk::replace, "ERR settings: rename '" + tmp + "' -> '" + path + "' failed (error=32)"},
     };
