@@ -6,7 +6,9 @@
 
 static std::string test_name() {
     const testing::TestInfo* info = testing::UnitTest::GetInstance()->current_test_info();
-    return std::string(info->test_suite_name()) + "_" + info->name();
+    std::string name = std::string(info->test_suite_name()) + "_" + info->name();
+    for (char& c : name) c = c == '/' ? '_' : c;
+    return name;
 }
 
 void ConsoleTest::SetUp() {

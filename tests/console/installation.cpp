@@ -43,15 +43,20 @@ static void remove_folder(const std::string& folder) {
     RemoveDirectoryA(folder.c_str());
 }
 
-// The image of the fake workers: a copy of this program, made once, because links to a running image cannot be
-// removed.
-static std::string fake_worker_image(const std::string& root) {
-    static std::string image;
-    if (!image.empty()) return image;
-    image = root + "\\fake_worker.exe";
-    if (!CopyFileA(own_path().c_str(), image.c_str(), FALSE))
-        fprintf(stderr, "cannot copy this program to '%s': error %lu\n", image.c_str(), GetLastError());
-    return image;
+// The fake workers' images, copied from this program once per run; the tests' folders hold links to them. A link to
+// this program itself could not be removed while it runs, and links of one file under several names make the system
+// mistake one worker for another.
+static std::string fake_workers_folder(const std::string& root) {
+    static std::string folder;
+    if (!folder.empty()) return folder;
+    folder = root + "\\fake_workers";
+    CreateDirectoryA(folder.c_str(), nullptr);
+    for (const char* worker : kWorkerImages) {
+        const std::string image = folder + "\\" + worker;
+        if (!CopyFileA(own_path().c_str(), image.c_str(), FALSE))
+            fprintf(stderr, "cannot copy this program to '%s': error %lu\n", image.c_str(), GetLastError());
+    }
+    return folder;
 }
 
 bool installation_create(Installation* installation, const std::string& name, bool simulated_rig) {
@@ -73,10 +78,9 @@ bool installation_create(Installation* installation, const std::string& name, bo
 
     const std::string programs = program_folder();
     bool complete = bring(programs + "\\Orvek.exe", installation_path(*installation, "Orvek.exe"));
-    for (const char* worker : kWorkerImages) {
-        const std::string source = simulated_rig ? programs + "\\" + worker : fake_worker_image(root);
-        complete = bring(source, installation_path(*installation, worker)) && complete;
-    }
+    const std::string workers = simulated_rig ? programs : fake_workers_folder(root);
+    for (const char* worker : kWorkerImages)
+        complete = bring(workers + "\\" + worker, installation_path(*installation, worker)) && complete;
     return complete;
 }
 

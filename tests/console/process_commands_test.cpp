@@ -1,5 +1,6 @@
 // Starting and stopping workers from the Processes tab. The workers are fakes: what counts is which children run,
 // what the list shows and what the log tells.
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,9 @@ struct FeedCase {
     int32_t feeds;
     const char* children;
 };
+void PrintTo(const FeedCase& one, std::ostream* out) {
+    *out << one.setting;
+}
 class StartAllByFeedCount : public ProcessCommands, public testing::WithParamInterface<FeedCase> {};
 }  // namespace
 
