@@ -175,6 +175,26 @@ TEST_F(RigWorkers, MotionLooksAtEveryFrameMarksItAndLogsIt) {
     EXPECT_NE(log.find("fire_seq=10"), std::string::npos);
 }
 
+TEST_F(RigWorkers, MotionLogIsMadeAnewEachTimeLoggingIsSwitchedOn) {
+    start("motion.exe", "1 ");
+    ASSERT_TRUE(wait_until([&] { return shared_load(control->motion_ready[1]) == kWorkerReady; }));
+    write_frame(-1);
+    write_frame(-1);
+    ASSERT_TRUE(frames_seen(1));
+    EXPECT_FALSE(file_exists(dir.file("motion_debug_1.log")));
+    for (uint32_t frames = 2; frames < 5; ++frames) {
+        shared_store(control->diag_logging, 1u);
+        ASSERT_TRUE(wait_until([&] { return read_whole_file(dir.file("motion_debug_1.log")).empty(); }));
+        Sleep(100);
+        write_frame(-1);
+        ASSERT_TRUE(frames_seen(frames));
+        shared_store(control->diag_logging, 0u);
+        Sleep(100);
+        EXPECT_EQ(count_of(read_whole_file(dir.file("motion_debug_1.log")), "\n"), 1u) << "run with " << frames;
+    }
+    EXPECT_EQ(leave(), 0u);
+}
+
 TEST_F(RigWorkers, MotionPassesOverFramesWhileDetectionIsPaused) {
     control->diag_logging = 1;
     control->motion_paused[1] = 1;
