@@ -2,7 +2,9 @@
 // pixel.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <vector>
 
@@ -81,6 +83,56 @@ TEST_P(RigSceneDetection, FollowsAWholePassageWithinAFewPixels) {
         EXPECT_GT(seen, 30);
         EXPECT_LT(worst_x, 5.0) << "jumper " << jumper;
         EXPECT_LT(worst_y, 4.0) << "jumper " << jumper;
+    }
+}
+
+namespace {
+struct Sight {
+    int64_t frame;  // the feed's own frame number
+    double metre;
+};
+}  // namespace
+
+static std::vector<Sight> sights_of(Camera* camera, int32_t jumper) {
+    std::vector<Sight> sights;
+    const ScenePassage passage = scene_passage(&camera->scene, jumper, camera->feed);
+    const int64_t first_frame = scene_feed_start(&camera->scene, camera->feed);
+    for (int64_t tick = passage.entry - 30; tick <= passage.exit; ++tick) {
+        const Detection found = look(camera, tick);
+        if (found.type != 0) sights.push_back({tick - first_frame, scene_metre_of_column(camera->feed, found.x)});
+    }
+    return sights;
+}
+
+// Median difference of the frame numbers in which two cameras see the jumper at the same metre.
+static int64_t offset_between(const std::vector<Sight>& earlier, const std::vector<Sight>& later, size_t* pairs) {
+    std::vector<int64_t> differences;
+    for (const Sight& a : earlier) {
+        const auto nearer = [&a](const Sight& b, const Sight& c) {
+            return std::abs(b.metre - a.metre) < std::abs(c.metre - a.metre);
+        };
+        const auto match = std::min_element(later.begin(), later.end(), nearer);
+        if (match != later.end() && std::abs(match->metre - a.metre) < 0.3)
+            differences.push_back(match->frame - a.frame);
+    }
+    *pairs = differences.size();
+    if (differences.empty()) return INT64_MIN;
+    std::sort(differences.begin(), differences.end());
+    return differences[differences.size() / 2];
+}
+
+TEST(RigSceneAlignment, DetectionsShowHowFarTheFrameCountersAreApart) {
+    Camera cameras[kSceneFeeds]{};
+    for (int32_t feed = 0; feed < kSceneFeeds; ++feed) set_up(&cameras[feed], feed);
+    const SceneConfig& config = cameras[0].scene.config;
+    for (int32_t jumper = 0; jumper < 2; ++jumper) {
+        std::vector<Sight> sights[kSceneFeeds];
+        for (int32_t feed = 0; feed < kSceneFeeds; ++feed) sights[feed] = sights_of(&cameras[feed], jumper);
+        size_t pairs = 0;
+        EXPECT_EQ(offset_between(sights[0], sights[1], &pairs), -config.feed_offset[0]) << "jumper " << jumper;
+        EXPECT_GE(pairs, 2u);
+        EXPECT_EQ(offset_between(sights[1], sights[2], &pairs), config.feed_offset[2]) << "jumper " << jumper;
+        EXPECT_GE(pairs, 2u);
     }
 }
 
