@@ -107,3 +107,12 @@ TEST_F(PracticeOnTheRig, TwoMoviesOfTheSimulatedRigEndTheRunWithZero) {
     EXPECT_EQ(log_count(installation, "ERR *"), 0);
     EXPECT_EQ(log_count(installation, "restarting *"), 0);
 }
+
+TEST_F(PracticeTestMode, AModeWhoseFeatureIsMissingEndsSoonAndSaysSo) {
+    for (const char* mode : {"--auto-setup", "--capture-test --source usb --duration 1"}) {
+        start_with({"feed_count=1"}, mode);
+        EXPECT_EQ(console_wait_for_exit(&console, kPatienceMs), 1) << mode;
+        EXPECT_TRUE(log_shows(installation, "ERR *: not available in this build")) << mode;
+        EXPECT_TRUE(log_shows_in_order(installation, {"CLI mode active: *", "CLI mode: exit code 1"})) << mode;
+    }
+}

@@ -189,6 +189,15 @@ TEST_F(Preview, TheDividerFollowsTheMouseWithinItsLimits) {
     EXPECT_TRUE(wait_until(width_is_near(400))) << pane_width();
     drag(400, area.right - 20);
     EXPECT_TRUE(wait_until(width_is_near(area.right - 186))) << pane_width() << " of " << area.right;
+    drag(area.right - 186, 555);
+    EXPECT_TRUE(wait_until(width_is_near(555))) << pane_width();
+    const int32_t last = pane_width();
+    ASSERT_EQ(console_close(&console), 0);
+    const std::string saved = installation_read(installation, "controller_window.ini");
+    EXPECT_NE(saved.find("preview_panel_width=" + std::to_string(last)), std::string::npos) << last << " in\n"
+                                                                                            << saved;
+    start();
+    EXPECT_EQ(pane_width(), last);
 }
 
 TEST_F(Preview, PlayAndPauseReachTheWorkers) {

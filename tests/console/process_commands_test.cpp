@@ -352,3 +352,13 @@ TEST_F(ProcessCommands, FeedButtonsSwitchMotionDetectionOnBothTabs) {
     EXPECT_TRUE(button_becomes(console, 302, "Feed 2: motion OFF"));
     EXPECT_EQ(log_count(installation, "settings: saved to *"), 0) << "switching saves nothing";
 }
+
+TEST_F(ProcessCommands, TheSeventeenthChildIsRefused) {
+    start_with({"feed_count=1"});
+    for (int32_t i = 0; i < 17; ++i) press_on(kTabProcesses, 232);
+    EXPECT_TRUE(log_shows(installation, "ERR no free process slots (max 16)"));
+    EXPECT_EQ(log_count(installation, "launched viewer (PID *"), 16);
+    EXPECT_EQ(process_rows(console).size(), 16u);
+    EXPECT_EQ(children_of(console.pid).size(), 16u);
+    EXPECT_EQ(console_close(&console), 0);
+}

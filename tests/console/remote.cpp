@@ -89,3 +89,13 @@ uint64_t remote_call(const Console& console, const void* function, uint64_t a, u
     ReadProcessMemory(console.process, page(console) + kCallAt, &call, sizeof call, nullptr);
     return call.result;
 }
+
+void remote_crash(const Console& console) {
+    // The call stub with a null function: its own call instruction faults, on a thread with a proper start.
+    RemoteCall call = {};
+    WriteProcessMemory(console.process, page(console) + kCallAt, &call, sizeof call, nullptr);
+    HANDLE thread = CreateRemoteThread(console.process, nullptr, 0,
+                                       reinterpret_cast<LPTHREAD_START_ROUTINE>(page(console) + kCodeAt),
+                                       page(console) + kCallAt, 0, nullptr);
+    if (thread != nullptr) CloseHandle(thread);
+}

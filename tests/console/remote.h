@@ -23,4 +23,7 @@ std::string remote_text(const Console& console, size_t characters);  // UTF-16 t
 uint64_t remote_call(const Console& console, const void* function, uint64_t a = 0, uint64_t b = 0, uint64_t c = 0,
                      uint64_t d = 0, uint64_t e = 0);
 
+// Makes a thread of the program jump to address 0.
+void remote_crash(const Console& console);
+
 std::string utf8_from(const wchar_t* text, size_t length);

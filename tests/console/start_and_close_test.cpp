@@ -234,3 +234,14 @@ TEST_F(StartAndClose, CtrlSOutsideTheSettingsTabDoesNothing) {
     EXPECT_EQ(log_count(installation, "settings: saved to *"), 0);
     EXPECT_EQ(log_length(installation), before);
 }
+
+TEST_F(StartAndClose, AMaximisedWindowComesBackMaximisedAndKeepsItsRestoredSize) {
+    installation_write(installation, "controller_window.ini", "x=70\ny=60\nwidth=1200\nheight=750\nmaximized=1\n");
+    start_with({});
+    EXPECT_TRUE(IsZoomed(console.window));
+    ASSERT_EQ(console_close(&console), 0);
+    const SavedWindow saved = read_window_file(installation);
+    EXPECT_EQ(saved.width, 1200);
+    EXPECT_EQ(saved.height, 750);
+    EXPECT_NE(installation_read(installation, "controller_window.ini").find("maximized=1"), std::string::npos);
+}
