@@ -1,6 +1,7 @@
 // motion.exe FEED SETTINGS_PATH: the simulated motion worker of one feed. It looks at every frame of the feed's ring
 // in place, marks those with motion, tells the console and the movie builder about the jumper, and under diagnostic
 // logging writes the motion log from which Auto Setup computes the rig's timing.
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 
@@ -13,6 +14,7 @@
 #include "rig/motion_settings.h"
 #include "rig/motion_share.h"
 #include "rig/passage.h"
+#include "rig/settings_reload.h"
 
 namespace {
 
@@ -48,8 +50,10 @@ static bool same_box(const PixelBox& a, const PixelBox& b) {
 static void load_settings(Motion* motion) {
     RigSettings file;
     motion->settings_generation = shared_load(motion->worker.control->settings_generation);
-    if (rig_settings_load(&file, motion->settings_path) != 0)
-        worker_log(&motion->worker, "cannot read %s, using defaults", motion->settings_path);
+    if (settings_reload(&file, motion->settings_path) != 0) {
+        worker_log(&motion->worker, "cannot read %s, settings stay as they are", motion->settings_path);
+        return;
+    }
     const PixelBox before = motion->settings.detection.region;
     motion->settings = motion_settings_for(file, motion->feed);
     const PixelBox& region = motion->settings.detection.region;
@@ -121,10 +125,9 @@ static void write_trigger_lines(Motion* motion, int64_t seq, int64_t pts) {
 
 static void count_trial(Motion* motion, bool slow) {
     ControlBlock* control = motion->worker.control;
-    uint32_t& frames = control->motion_trial_frames[motion->feed];
-    uint32_t& slow_frames = control->motion_slow_frames[motion->feed];
-    shared_store(frames, shared_load(frames) + 1);
-    if (slow) shared_store(slow_frames, shared_load(slow_frames) + 1);
+    // Added in one step: the console clears these at each trial's start, and a load and a store would undo that.
+    std::atomic_ref(control->motion_trial_frames[motion->feed]).fetch_add(1, std::memory_order_relaxed);
+    if (slow) std::atomic_ref(control->motion_slow_frames[motion->feed]).fetch_add(1, std::memory_order_relaxed);
     motion->window_slow += slow;
     if (++motion->window_frames < kSlowWindow) return;
     const bool runs_slow = motion->window_slow * kSlowShare > motion->window_frames;
@@ -244,6 +247,7 @@ int main(int argc, char** argv) {
     motion.passage.share.active = 0;
     worker_answers_for(&motion.worker, &motion.worker.control->motion_ready[feed]);
     worker_set_ready(&motion.worker, kWorkerStarting);
+    motion.settings = motion_settings_for(RigSettings{}, feed);
     load_settings(&motion);
     worker_set_ready(&motion.worker, kWorkerAttached);
     run(&motion);

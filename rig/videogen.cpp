@@ -14,6 +14,7 @@
 #include "rig/jump_machine.h"
 #include "rig/movie_builder.h"
 #include "rig/output_header.h"
+#include "rig/settings_reload.h"
 
 namespace {
 
@@ -48,7 +49,7 @@ struct Videogen {
 static void load_settings(Videogen* videogen) {
     RigSettings file;
     videogen->settings_generation = shared_load(videogen->worker.control->settings_generation);
-    if (rig_settings_load(&file, videogen->settings_path) != 0)
+    if (settings_reload(&file, videogen->settings_path) != 0)
         worker_log(&videogen->worker, "cannot read %s, using defaults", videogen->settings_path);
     const bool one_feed = rig_settings_int(&file, "feed_count", 3) == 1;
     const char* before = one_feed ? "movie_padding_before_frames" : "pre_movie_padding_frames";

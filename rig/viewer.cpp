@@ -8,6 +8,7 @@
 #include "rig/common/rig_settings.h"
 #include "rig/common/worker_runtime.h"
 #include "rig/feed_ring.h"
+#include "rig/settings_reload.h"
 #include "rig/viewer_picture.h"
 
 namespace {
@@ -35,8 +36,8 @@ struct Viewer {
 
 static void load_settings(Viewer* viewer) {
     viewer->settings_generation = shared_load(viewer->worker.control->settings_generation);
-    if (rig_settings_load(&viewer->settings, viewer->settings_path) != 0)
-        worker_log(&viewer->worker, "cannot read %s, no grid", viewer->settings_path);
+    if (settings_reload(&viewer->settings, viewer->settings_path) != 0)
+        worker_log(&viewer->worker, "cannot read %s, the grid stays as it is", viewer->settings_path);
 }
 
 // Which feed the console wants a click on, and whether the grid has changed.
