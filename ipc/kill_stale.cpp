@@ -1,6 +1,5 @@
 #include "ipc/kill_stale.h"
 
-#include <cstdint>
 #include <utility>
 
 #include <windows.h>
@@ -12,7 +11,7 @@
 #include "ipc/shared_region.h"
 #include "ipc/worker_names.h"
 
-static constexpr DWORD kExitTimeoutMs = 5000;
+static constexpr uint32_t kExitTimeoutMs = 5000;
 static constexpr DWORD kTeardownMs = 100;  // for the system to take the last holder's mapping down
 static constexpr UINT kOrphanExitCode = 1;
 
@@ -48,8 +47,8 @@ static ScopedHandle end_orphan(int32_t slot, DWORD pid) {
     return process;
 }
 
-static void await_exit(int32_t position, const ScopedHandle& orphan) {
-    const DWORD result = WaitForSingleObject(orphan.get(), kExitTimeoutMs);
+void kill_stale_await_exit(int32_t position, void* process, uint32_t timeout_ms) {
+    const DWORD result = WaitForSingleObject(process, timeout_ms);
     if (result == WAIT_OBJECT_0) return;
     log_warn("kill_stale: orphan handle %d did not exit within 5s (wait result=%lu) — continuing anyway", position,
              result);
@@ -73,7 +72,7 @@ void kill_stale() {
         if (orphan.valid()) ended[ended_count++] = std::move(orphan);
     }
     for (int32_t i = 0; i < ended_count; ++i) {
-        await_exit(i, ended[i]);
+        kill_stale_await_exit(i, ended[i].get(), kExitTimeoutMs);
         ended[i].reset();
     }
     shmem_close(&region);
