@@ -226,15 +226,6 @@ TEST_F(StartAndClose, AMovedWindowIsSavedTwoSecondsAfterTheLastMove) {
     EXPECT_EQ(read_window_file(installation).height, 840);
 }
 
-TEST_F(StartAndClose, CtrlSOutsideTheSettingsTabDoesNothing) {
-    start_with({});
-    const size_t before = log_length(installation);
-    press_key(console, 'S', true);
-    EXPECT_EQ(status_text(console), "Ready");
-    EXPECT_EQ(log_count(installation, "settings: saved to *"), 0);
-    EXPECT_EQ(log_length(installation), before);
-}
-
 TEST_F(StartAndClose, AMaximisedWindowComesBackMaximisedAndKeepsItsRestoredSize) {
     installation_write(installation, "controller_window.ini", "x=70\ny=60\nwidth=1200\nheight=750\nmaximized=1\n");
     start_with({});
