@@ -20,6 +20,14 @@ std::unique_ptr<Settings> settings_from_text(std::string_view text) {
     return settings;
 }
 
+static std::string_view bytes_of(const Settings* settings) {
+    return {reinterpret_cast<const char*>(settings), sizeof *settings};
+}
+
+bool same_bytes(const Settings* a, const Settings* b) {
+    return bytes_of(a) == bytes_of(b);
+}
+
 std::vector<std::string> split_lines(std::string_view text) {
     std::vector<std::string> lines;
     while (!text.empty()) {

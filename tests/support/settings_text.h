@@ -14,6 +14,9 @@ std::unique_ptr<Settings> default_settings();
 // The record after defaults and settings_parse + settings_normalise of `text`.
 std::unique_ptr<Settings> settings_from_text(std::string_view text);
 
+// Whether two records are the same to the last byte.
+bool same_bytes(const Settings* a, const Settings* b);
+
 // The lines of a text without their line ends (LF or CR LF).
 std::vector<std::string> split_lines(std::string_view text);
 

@@ -25,6 +25,7 @@ struct Answer {
 
 static Answer orvekctl(std::vector<std::string> arguments) {
     std::vector<char*> argv;
+    argv.reserve(arguments.size());
     for (std::string& argument : arguments) argv.push_back(argument.data());
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
@@ -65,7 +66,7 @@ TEST(OrvekctlSettings, RefusesWhatTheFileCannotHold) {
               "'a\nb=c' cannot be kept in the file as it is");
     EXPECT_NE(settings_set_from_text(s.get(), "feed_sync_offset[0]", "1"), "");
     const auto untouched = default_settings();
-    EXPECT_EQ(memcmp(s.get(), untouched.get(), sizeof(Settings)), 0);
+    EXPECT_TRUE(same_bytes(s.get(), untouched.get()));
 }
 
 TEST(OrvekctlSettings, ListPrints388Lines) {

@@ -129,7 +129,7 @@ TEST(SettingsParse, AStringIsCutAt255Bytes) {
 TEST(SettingsParse, UnknownKeysAndLinesWithoutEqualsChangeNothing) {
     const auto s = settings_from_text("nonsense=5\nfeed_count\nFEED_COUNT=1\n[section]\n");
     const auto untouched = settings_from_text("");
-    EXPECT_EQ(memcmp(s.get(), untouched.get(), sizeof(Settings)), 0);
+    EXPECT_TRUE(same_bytes(s.get(), untouched.get()));
 }
 
 TEST(SettingsParse, TheLastOfTwoLinesWins) {
@@ -187,8 +187,7 @@ TEST(SettingsParse, BadInlinePixelEntriesAreIgnored) {
                          "pixel_frames[0]=1,2,3",       "pixel_frames[x][5]=1,2,3",
                          "pixel_frames[0] [5]=1,2,3",   "pixel_frames[4294967296][0]=1,2,3"};
     const auto untouched = settings_from_text("");
-    for (const char* line : bad)
-        EXPECT_EQ(memcmp(settings_from_text(line).get(), untouched.get(), sizeof(Settings)), 0) << line;
+    for (const char* line : bad) EXPECT_TRUE(same_bytes(settings_from_text(line).get(), untouched.get())) << line;
 }
 
 TEST(SettingsParse, ClearsThePopulatedFlagsFirst) {
@@ -296,7 +295,7 @@ TEST(SettingsLoad, AFileThatCannotBeOpenedLeavesTheRecordAndOneErrorLine) {
     const Settings before = *s;
     const std::string path = dir.file("settings.txt");
     EXPECT_EQ(settings_load(s.get(), path.c_str()), -1);
-    EXPECT_EQ(memcmp(s.get(), &before, sizeof before), 0);
+    EXPECT_TRUE(same_bytes(s.get(), &before));
     EXPECT_EQ(log.take(), std::vector<std::string>{"ERR settings: cannot open '" + path + "' for reading"});
 }
 

@@ -68,7 +68,7 @@ TEST(PixelFrames, AMissingFileChangesNothingAndSaysNothing) {
     const auto s = settings_from_text("pixel_frames[2][3]=1,2,3\n");
     const Settings before = *s;
     EXPECT_EQ(settings_load_pixel_frames(s.get(), dir.file("settings.txt").c_str()), 0);
-    EXPECT_EQ(memcmp(s.get(), &before, sizeof before), 0);
+    EXPECT_TRUE(same_bytes(s.get(), &before));
     EXPECT_TRUE(log.take().empty());
 }
 
@@ -93,7 +93,7 @@ TEST(PixelFrames, EntriesOutsideTheTablesAreSkippedAndNotCounted) {
                     "pixel_frames[-1][0] = 1, 2, 3\n"),
               0);
     const auto untouched = default_settings();
-    EXPECT_EQ(memcmp(s.get(), untouched.get(), sizeof(Settings)), 0);
+    EXPECT_TRUE(same_bytes(s.get(), untouched.get()));
 }
 
 TEST(PixelFrames, LeadingBlanksAreFineAndCommentsAreComments) {
@@ -154,7 +154,7 @@ TEST(PixelFrames, TheWrittenFileIsDenseWithItsHeader) {
         "# -----------------------------------------------------------",
         "",
     };
-    ASSERT_EQ(lines.size(), header.size() + 3 * (1 + 1920 + 1));
+    ASSERT_EQ(lines.size(), header.size() + size_t{3} * (1 + 1920 + 1));
     for (size_t i = 0; i < header.size(); ++i) EXPECT_EQ(lines[i], header[i]);
     for (size_t feed = 0; feed < 3; ++feed) {
         const size_t title = header.size() + feed * 1922;

@@ -37,8 +37,8 @@ static const FileOperations kBadDisk = {
     },
     [](void* file, const char* data, size_t size) {
         if (disk_fails(BadDisk::write)) return false;
-        if (disk_fails(BadDisk::short_write)) return kFileOperations.write(file, data, size / 2) && false;
-        return kFileOperations.write(file, data, size);
+        const bool fails = disk_fails(BadDisk::short_write);
+        return kFileOperations.write(file, data, fails ? size / 2 : size) && !fails;
     },
     [](void* file) { return kFileOperations.flush(file) && !disk_fails(BadDisk::flush); },
     [](void* file) {

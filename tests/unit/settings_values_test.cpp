@@ -18,7 +18,7 @@ TEST(SettingsDefaults, FillARecordOfRubbishCompletely) {
     auto settings = std::make_unique<Settings>();
     memset(static_cast<void*>(settings.get()), 0xA5, sizeof(Settings));
     settings_init_defaults(settings.get());
-    EXPECT_EQ(memcmp(settings.get(), expected.get(), sizeof(Settings)), 0);
+    EXPECT_TRUE(same_bytes(settings.get(), expected.get()));
 }
 
 TEST(SettingsDefaults, PixelTablesAreEmptyAndGridLinesLabelled) {
@@ -187,7 +187,7 @@ TEST(SettingsAccess, AnotherKindOrIndexSetsNothing) {
         if (type != SETTING_STRING) settings_set_string(s.get(), index, "nine");
         if (type != SETTING_PAIR) settings_set_pair(s.get(), index, {9, 9});
     }
-    EXPECT_EQ(memcmp(s.get(), before.get(), sizeof(Settings)), 0);
+    EXPECT_TRUE(same_bytes(s.get(), before.get()));
     EXPECT_EQ(settings_get_int(s.get(), 388), 0);
     EXPECT_EQ(settings_get_int(s.get(), -1), 0);
 }
