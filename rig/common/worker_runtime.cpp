@@ -290,13 +290,13 @@ void pacer_start(Pacer* pacer, int64_t max_lag_us) {
     *pacer = Pacer{worker_now_us(), 0, max_lag_us, 0};
 }
 
-static int64_t due_us(const Pacer* pacer) {
+int64_t pacer_due_us(const Pacer* pacer) {
     return pacer->base_us + pacer->frame * kMicrosecondsPerSecond / kFramesPerSecond;
 }
 
 int64_t pacer_wait(Pacer* pacer) {
     ++pacer->frame;
-    const int64_t ahead_us = due_us(pacer) - worker_now_us();
+    const int64_t ahead_us = pacer_due_us(pacer) - worker_now_us();
     if (ahead_us > 0) {
         Sleep(static_cast<DWORD>((ahead_us + 999) / 1000));
         return 1;

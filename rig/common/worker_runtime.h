@@ -102,3 +102,5 @@ void pacer_start(Pacer* pacer, int64_t max_lag_us);
 // Sleeps until the next frame is due and returns how many frame times have passed since the last call: 1, or more
 // after time was given up.
 int64_t pacer_wait(Pacer* pacer);
+// When the pacer's current frame was due, in worker_now_us time: evenly spaced, unlike the moment we woke up.
+int64_t pacer_due_us(const Pacer* pacer);
