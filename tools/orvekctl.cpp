@@ -25,6 +25,9 @@ constexpr Subcommand kSubcommands[] = {
      "  orvekctl settings get FILE KEY\n"
      "  orvekctl settings set FILE KEY VALUE\n"
      "  orvekctl settings check FILE\n"},
+#ifdef _WIN32
+    {"status", orvekctl_status, "  orvekctl status [--json] [--watch]\n"},
+#endif
 };
 
 }  // namespace
