@@ -1,6 +1,5 @@
 #include "app/commands.h"
 #include "app/help_pages.h"
-#include "app/log.h"
 #include "app/main_window_parts.h"
 #include "app/ui_context.h"
 #include "procs/feed_orchestration.h"
@@ -61,15 +60,13 @@ static void on_about(UiContext* ui, int32_t /*offset*/) {
 static void on_save_settings(UiContext* ui, int32_t /*offset*/) {
     if (ui->current_tab != kTabSettings) return;
     const bool saved = settings_save(ui->settings, ui->settings_path) == 0;
-    if (saved) log_info("settings: saved to %s", ui->settings_path);
     ui_set_status(ui, saved ? "Settings saved" : "Settings could not be saved, see controller_debug.log");
 }
 
 static void on_load_settings(UiContext* ui, int32_t /*offset*/) {
     if (ui->current_tab != kTabSettings) return;
     settings_init_defaults(ui->settings);
-    const bool loaded = settings_load(ui->settings, ui->settings_path) == 0;
-    log_info("settings: %s %s", loaded ? "reloaded from" : "defaults taken, cannot read", ui->settings_path);
+    settings_load(ui->settings, ui->settings_path);  // without the file the defaults stand, and the log says so
     feeds_tab_show_settings(&ui->feeds, ui->settings);
     ui_set_status(ui, "Settings loaded");
 }
