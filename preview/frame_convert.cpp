@@ -18,8 +18,8 @@ static void convert_row_of(const SlotPicture& picture, int32_t source, const Col
                            int32_t y) {
     const int32_t chroma = source / 2 * (kFrameWidth / 2);
     uint8_t* row = pane_row(bitmap, y);
-    convert_row_plain(picture.y + source * kFrameWidth, picture.u + chroma, picture.v + chroma, &map, row);
-    std::memset(row + bitmap.width * 3, 0, static_cast<size_t>(bitmap.width & 3));
+    convert_row_plain(picture.y + ptrdiff_t{source} * kFrameWidth, picture.u + chroma, picture.v + chroma, &map, row);
+    std::memset(row + ptrdiff_t{bitmap.width} * 3, 0, static_cast<size_t>(bitmap.width & 3));
 }
 
 void column_map_init(ColumnMap* map, int32_t width) {

@@ -5,6 +5,7 @@
 // A faster row function may join beside the plain one, which stays as the reference it must equal byte for byte.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 inline constexpr int32_t kPaneMinWidth = 32, kPaneMaxWidth = 640;
@@ -26,7 +27,7 @@ struct PaneBitmap {
 
 // Where picture row `y`, counted from the top, starts in the bitmap.
 constexpr uint8_t* pane_row(const PaneBitmap& bitmap, int32_t y) {
-    return bitmap.pixels + (bitmap.height - 1 - y) * pane_stride(bitmap.width);
+    return bitmap.pixels + ptrdiff_t{bitmap.height - 1 - y} * pane_stride(bitmap.width);
 }
 
 // The three planes of one 1920-column I420 picture inside a ring slot.

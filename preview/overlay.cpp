@@ -40,7 +40,7 @@ static void for_each_pixel(const PaneBitmap& bitmap, const ScaledRect& rect, Pai
     const auto bottom = static_cast<int32_t>(std::clamp<int64_t>(rect.y1, -1, bitmap.height - 1));
     for (int32_t y = top; y <= bottom; ++y) {
         uint8_t* row = pane_row(bitmap, y);
-        for (int32_t x = left; x <= right; ++x) paint(row + 3 * x, x, y);
+        for (int32_t x = left; x <= right; ++x) paint(row + ptrdiff_t{3} * x, x, y);
     }
 }
 
