@@ -92,8 +92,11 @@ TEST_F(PracticeTestMode, ClosingByHandEndsTheRunWithZero) {
     EXPECT_TRUE(log_shows_in_order(installation, {"CLI mode: exit code 0", "controller exiting"}));
 }
 
+// What a new user gets: the simulated rig with the packaged settings, which among others leave out the waving flag.
 TEST_F(PracticeOnTheRig, TwoMoviesOfTheSimulatedRigEndTheRunWithZero) {
-    start_with({"feed_count=3"}, "--practice-test --max-movies 2 --max-frames 100000");
+    const std::string sample = std::string(ORVEK_TEST_DATA) + "/../../packaging/sample/settings.txt";
+    ASSERT_TRUE(CopyFileA(sample.c_str(), installation_path(installation, "settings.txt").c_str(), FALSE)) << sample;
+    start("--practice-test --max-movies 2 --max-frames 100000");
     ASSERT_EQ(console_wait_for_exit(&console, 150000), 0);
     EXPECT_TRUE(log_shows_in_order(
         installation, {"CLI: practice-test mode starting (max_movies=2, max_frames=100000)", "CLI: enabling Log On",
