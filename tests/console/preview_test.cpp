@@ -2,6 +2,7 @@
 // and what its switches do.
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "tests/console/console_test.h"
 #include "tests/console/screenshot.h"
@@ -262,6 +263,65 @@ TEST_F(Preview, TheShadowSwitchStartsFromTheSettingAndChangesIt) {
     const size_t at = text.find("erase_shadows");
     ASSERT_NE(at, std::string::npos);
     EXPECT_EQ(text.substr(text.find('=', at) + 1, 3).find('0') != std::string::npos, true) << text.substr(at, 40);
+}
+
+TEST_F(Preview, EveryButtonHasItsTextAndSizeAndTheTopRowItsPlaces) {
+    struct Button {
+        int32_t id;
+        const char* text;
+        int32_t width, height;
+        bool usable;
+        int32_t x;  // in the top row, relative to the tab's ground; -1 where the layout decides
+    };
+    constexpr Button kButtons[] = {
+        {700, "Play", 100, 28, true, 10},
+        {701, "Launch Practice", 130, 28, true, 120},
+        {702, "Go Live", 95, 28, true, 260},
+        {705, "Feed 0", 60, 28, true, 360},
+        {706, "Feed 1", 60, 28, true, 430},
+        {707, "Feed 2", 60, 28, true, 500},
+        {710, "Set Region 0", 80, 20, false, -1},
+        {711, "Set Region 1", 80, 20, false, -1},
+        {712, "Set Region 2", 80, 20, false, -1},
+        {713, "Save Regions", 90, 20, false, -1},
+        {714, "Force Video", 100, 28, false, -1},
+        {715, "Sync Feeds", 100, 28, false, -1},
+        {716, "Highlight ON", 100, 28, true, -1},
+        {717, "Log On", 80, 28, true, -1},
+        {718, "Circles On", 100, 28, true, -1},
+        {719, "Save Motion Range", 130, 28, false, -1},
+        {720, "Auto Setup", 100, 28, false, -1},
+        {721, "Ign Reg 0", 80, 20, false, -1},
+        {722, "Ign Reg 1", 80, 20, false, -1},
+        {723, "Ign Reg 2", 80, 20, false, -1},
+        {724, "motion shadow remove currently off", 300, 28, true, -1},
+        {725, "Set F0 Offset", 110, 20, false, -1},
+        {726, "Set F1 Offset", 110, 20, false, -1},
+        {727, "Set F2 Offset", 110, 20, false, -1},
+        {728, "Capture Feeds", 140, 20, false, -1},
+        {729, "Pause Recording", 160, 20, false, -1},
+    };
+    start_with({});
+    const RECT ground = tab_display_area(console);
+    std::vector<RECT> places;
+    for (const Button& button : kButtons) {
+        ASSERT_NE(control(console, button.id), nullptr) << button.text;
+        EXPECT_EQ(button_text(console, button.id), button.text);
+        EXPECT_TRUE(is_shown(console, button.id)) << button.text;
+        EXPECT_EQ(is_enabled(console, button.id), button.usable) << button.text;
+        const RECT place = client_place(console, control(console, button.id));
+        EXPECT_EQ(place.right - place.left, button.width) << button.text;
+        EXPECT_EQ(place.bottom - place.top, button.height) << button.text;
+        if (button.x >= 0) {
+            EXPECT_EQ(place.left - ground.left, button.x) << button.text;
+            EXPECT_EQ(place.top - ground.top, 10) << button.text;
+        }
+        for (const RECT& other : places) {
+            RECT common = {};
+            EXPECT_FALSE(IntersectRect(&common, &place, &other)) << button.text << " lies on another button";
+        }
+        places.push_back(place);
+    }
 }
 
 TEST_F(Preview, EachTabShowsOnlyItsOwnControls) {
