@@ -2,7 +2,6 @@
 #include <windows.h>
 
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <new>
 
@@ -43,11 +42,7 @@ static void find_settings(const CommandLine& command_line, char path[kSettingsPa
 // The children work where the settings are: their own files are named relative to it.
 static void set_work_dir(ProcessManager* processes, const char* settings_path) {
     char directory[kSettingsPathSize];
-    snprintf(directory, sizeof directory, "%s", settings_path);
-    char* cut = strrchr(directory, '\\');
-    if (!cut) return;
-    *cut = '\0';
-    procmgr_set_work_dir(processes, directory);
+    if (settings_directory(settings_path, directory) == 0) procmgr_set_work_dir(processes, directory);
 }
 
 // An unattended run has nobody who could press OK.

@@ -26,8 +26,9 @@ using MessageHandler = bool (*)(UiContext*, WPARAM, LPARAM, LRESULT* result);  /
 
 static bool on_command(UiContext* ui, WPARAM wp, LPARAM /*lp*/, LRESULT* /*result*/) {
     // Static texts and edits report their own changes with the same message; a button's click, a menu item and an
-    // accelerator carry 0 or 1.
-    if (HIWORD(wp) <= 1) main_window_command(ui, LOWORD(wp));
+    // accelerator carry 0 or 1. A command that was posted behind the close still arrives, and must not start children
+    // which nobody would end.
+    if (HIWORD(wp) <= 1 && !ui->closing) main_window_command(ui, LOWORD(wp));
     return true;
 }
 

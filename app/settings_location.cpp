@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 static constexpr char kFileName[] = "settings.txt";
 
@@ -19,4 +20,13 @@ void resolve_settings_path(const char* exe_path, const char* positional,
         return;
     }
     snprintf(out, kSettingsPathSize, "%s", positional && positional[0] != '\0' ? positional : kFileName);
+}
+
+int32_t settings_directory(const char* settings_path, char out[kSettingsPathSize]) {
+    const std::string_view path(settings_path);
+    const size_t cut = path.rfind('\\');
+    if (cut == std::string_view::npos) return -1;
+    const bool is_root = cut == 0 || path[cut - 1] == ':';
+    snprintf(out, kSettingsPathSize, "%.*s", static_cast<int>(is_root ? cut + 1 : cut), settings_path);
+    return 0;
 }

@@ -14,3 +14,7 @@ inline constexpr int32_t kSettingsSearchDirectories = 5;  // the executable's ow
 void resolve_settings_path(const char* exe_path, const char* positional,
                            bool (*file_exists)(const char* path, void* context), void* context,
                            char out[kSettingsPathSize]);
+
+// Writes the directory of a settings path to `out`, without its last backslash except for a root: "C:" alone would
+// mean whatever directory is current on that drive. Returns 0; -1, `out` untouched, when there is no backslash.
+int32_t settings_directory(const char* settings_path, char out[kSettingsPathSize]);

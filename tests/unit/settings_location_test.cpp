@@ -82,3 +82,31 @@ TEST(ResolveSettingsPath, ALongArgumentIsCut) {
     const std::string argument(300, 'x');
     EXPECT_EQ(resolve(&disk, kExe, argument.c_str()), argument.substr(0, 259));
 }
+
+TEST(SettingsDirectory, IsEverythingBeforeTheLastBackslashButARootKeepsIts) {
+    const struct {
+        const char* path;
+        const char* directory;
+    } cases[] = {
+        {"C:\\rig\\settings.txt", "C:\\rig"},
+        {"C:\\my rig\\a\\s.txt", "C:\\my rig\\a"},
+        {"D:\\settings.txt", "D:\\"},
+        {"\\settings.txt", "\\"},
+        {"rig\\settings.txt", "rig"},
+        {"C:\\rig/sub\\settings.txt", "C:\\rig/sub"},
+        {"\\\\server\\share\\s.txt", "\\\\server\\share"},
+    };
+    for (const auto& c : cases) {
+        char out[kSettingsPathSize] = "before";
+        EXPECT_EQ(settings_directory(c.path, out), 0) << c.path;
+        EXPECT_STREQ(out, c.directory) << c.path;
+    }
+}
+
+TEST(SettingsDirectory, APathWithoutABackslashHasNone) {
+    for (const char* path : {"settings.txt", "rig/settings.txt", ""}) {
+        char out[kSettingsPathSize] = "before";
+        EXPECT_EQ(settings_directory(path, out), -1) << path;
+        EXPECT_STREQ(out, "before") << path;
+    }
+}
