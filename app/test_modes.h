@@ -1,5 +1,5 @@
 // The unattended runs: they press the operator's buttons, watch the control block and close the window when done, so
-// that the ordinary shut-down stops every child. Whatever happens, an unattended run ends.
+// that the ordinary shut-down stops every child. A mode whose features are still to come ends at once with code 1.
 #pragma once
 
 struct UiContext;
