@@ -70,15 +70,6 @@ static std::string value_text(const Settings* settings, int32_t row) {
     return text;
 }
 
-// "-12" and nothing else, and small enough.
-static bool is_whole_number(std::string_view text) {
-    TextCursor cursor{text.data(), text.data() + text.size()};
-    int32_t value = 0;
-    if (!scan_int(&cursor, &value) || cursor.at != cursor.end) return false;
-    if (value != INT32_MAX && value != INT32_MIN) return true;
-    return text.ends_with(value == INT32_MAX ? "2147483647" : "2147483648");
-}
-
 static bool is_number(std::string_view text) {
     size_t used = 0;
     text_to_float(text, &used);
@@ -87,8 +78,8 @@ static bool is_number(std::string_view text) {
 
 static bool is_pair(std::string_view text) {
     const size_t comma = text.find(',');
-    return comma != std::string_view::npos && is_whole_number(text.substr(0, comma)) &&
-           is_whole_number(text.substr(comma + 1));
+    return comma != std::string_view::npos && text_is_int(text.substr(0, comma)) &&
+           text_is_int(text.substr(comma + 1));
 }
 
 // Empty when the loader takes the value exactly as it is written.
@@ -96,7 +87,7 @@ static std::string value_reason(const SettingsLine& line, int32_t number, const 
     std::string reason;
     const auto add = [&reason](std::string_view words) { reason.append(reason.empty() ? "" : "; ").append(words); };
     const SettingType type = kSettingTable[line.row].type;
-    if (type == SETTING_INT && !is_whole_number(line.value)) add("not a whole number of 32 bits");
+    if (type == SETTING_INT && !text_is_int(line.value)) add("not a whole number of 32 bits");
     if (type == SETTING_FLOAT && !is_number(line.value)) add("not a number");
     if (type == SETTING_PAIR && !is_pair(line.value)) add("not a pair x,y of whole numbers");
     if (type == SETTING_STRING && line.value.size() >= static_cast<size_t>(kSettingTextSize))

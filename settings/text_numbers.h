@@ -66,6 +66,16 @@ inline int32_t text_to_int(std::string_view text) {
     return value;
 }
 
+// Whether the whole text is one number, with white space before it at most, that fits as it is written.
+inline bool text_is_int(std::string_view text) {
+    TextCursor cursor{text.data(), text.data() + text.size()};
+    int32_t value = 0;
+    if (!scan_int(&cursor, &value) || cursor.at != cursor.end) return false;
+    if (value != INT32_MAX && value != INT32_MIN) return true;
+    // A limit is also what too large a number becomes.
+    return text.substr(text.find_first_of("123456789")) == (value == INT32_MAX ? "2147483647" : "2147483648");
+}
+
 // atof, narrowed to 32 bits. `used`, when given, receives the number of characters that belonged to the number.
 inline float text_to_float(std::string_view text, size_t* used = nullptr) {
     const std::string copy(text);

@@ -1,6 +1,7 @@
 #include "tools/orvekctl_settings.h"
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -69,8 +70,9 @@ std::string settings_listing() {
 }
 
 static bool to_whole_number(std::string_view text, int32_t* value) {
-    TextCursor cursor{text.data(), text.data() + text.size()};
-    return scan_int(&cursor, value) && cursor.at == cursor.end;
+    if (!text_is_int(text)) return false;
+    *value = text_to_int(text);
+    return true;
 }
 
 static bool to_pair(std::string_view text, SettingPair* pair) {
@@ -101,7 +103,7 @@ std::string settings_set_from_text(Settings* settings, const char* key, const ch
         case SETTING_FLOAT: {
             size_t used = 0;
             const float number = text_to_float(value, &used);
-            if (used == 0 || used != strlen(value)) return quoted + " is not a number";
+            if (used == 0 || used != strlen(value) || !std::isfinite(number)) return quoted + " is not a number";
             settings_set_float(settings, index, number);
             return "";
         }

@@ -59,7 +59,12 @@ TEST(OrvekctlSettings, RefusesWhatTheFileCannotHold) {
     const auto s = default_settings();
     EXPECT_EQ(settings_set_from_text(s.get(), "no_such", "2"), "unknown key 'no_such'");
     EXPECT_EQ(settings_set_from_text(s.get(), "feed_count", "two"), "'two' is not a whole number");
-    EXPECT_EQ(settings_set_from_text(s.get(), "max_diff_y%", ""), "'' is not a number");
+    for (const char* number : {"2147483648", "-2147483649", "12147483647", "-12147483648", "99999999999999999999"})
+        EXPECT_EQ(settings_set_from_text(s.get(), "feed_count", number),
+                  std::string("'") + number + "' is not a whole number");
+    for (const char* number : {"", "nan", "inf", "1e39"})
+        EXPECT_EQ(settings_set_from_text(s.get(), "max_diff_y%", number),
+                  std::string("'") + number + "' is not a number");
     EXPECT_EQ(settings_set_from_text(s.get(), "@near[0][ 1]", "3"), "'3' is not a pair x,y");
     EXPECT_EQ(settings_set_from_text(s.get(), "*archive_dir", "a #b"), "'a #b' cannot be kept in the file as it is");
     EXPECT_EQ(settings_set_from_text(s.get(), "*archive_dir", "a\nb=c"),

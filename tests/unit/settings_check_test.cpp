@@ -41,6 +41,7 @@ TEST(SettingsCheck, EveryIgnoredOrChangedLineIsTold) {
         {"feed_cuont=\n", "1|unknown key, no value|feed_cuont="},
         {"movie_pad=12a\n", "1|not a whole number of 32 bits; loads as 12|movie_pad=12a"},
         {"movie_pad=5000000000\n", "1|not a whole number of 32 bits; loads as 2147483647|movie_pad=5000000000"},
+        {"movie_pad=12147483647\n", "1|not a whole number of 32 bits; loads as 2147483647|movie_pad=12147483647"},
         {"max_diff_y%=low\n", "1|not a number; loads as 0.000000|max_diff_y%=low"},
         {"@far[0][ 3]=44\n", "1|not a pair x,y of whole numbers; loads as 44,0|@far[0][ 3]=44"},
         {"feed_count=7\n", "1|out of range; loads as 3|feed_count=7"},

@@ -73,6 +73,14 @@ TEST(TextNumbers, TooLargeOnesBecomeTheNearestThatFits) {
     EXPECT_EQ(text_to_int("-99999999999999999999999999999999"), INT32_MIN);
 }
 
+TEST(TextNumbers, AWholeNumberIsOneThatIsReadAsItIsWritten) {
+    for (const char* text : {"0", "-0", "+7", " 12", "00012", "2147483647", "-2147483648", "+0002147483647"})
+        EXPECT_TRUE(text_is_int(text)) << text;
+    for (const char* text : {"", "-", "x", "12 ", "12a", "1.0", "2147483648", "-2147483649", "12147483647",
+                             "-12147483648", "-2147483647000000000000", "4294967296"})
+        EXPECT_FALSE(text_is_int(text)) << text;
+}
+
 TEST(TextNumbers, FloatsAreReadLikeAtof) {
     for (const char* text : {"0.35", " 5", "-.5", "1e3", "0.0001", "abc", "", "7up", "1e-60", "123456789.123"})
         EXPECT_EQ(text_to_float(text), static_cast<float>(atof(text))) << text;
