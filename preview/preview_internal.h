@@ -18,6 +18,9 @@ void preview_render(PreviewPanel* panel);
 void preview_map_sources(PreviewPanel* panel);
 void preview_reconnect_sources(PreviewPanel* panel);
 void preview_unmap_sources(PreviewPanel* panel);
+// Tries again for a control block that could not be had at creation. Without the reset: workers that found the block
+// first may be at work in it.
+void preview_retry_control_block(PreviewPanel* panel);
 void preview_load_regions(PreviewPanel* panel, int32_t feed);
 
 // preview_panel.cpp

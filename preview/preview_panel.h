@@ -88,8 +88,8 @@ struct PreviewPanel {
 };
 
 // Creates and resets the control block, maps what regions there are, builds buttons and picture area, all hidden.
-// Returns 0: whatever is missing is retried by preview_reconnect. `sync` and `settings` may be null; both and
-// `settings_path` outlive the panel.
+// Returns 0: whatever is missing is retried, the control block by preview_refresh, the rest by preview_reconnect.
+// `sync` and `settings` may be null; both and `settings_path` outlive the panel.
 int32_t preview_create(PreviewPanel* panel, HWND main_window, HINSTANCE instance, IpcSyncSet* sync,
                        Settings* settings, const char* settings_path);
 

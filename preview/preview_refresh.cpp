@@ -104,6 +104,9 @@ void preview_refresh(PreviewPanel* panel) {
     // Answered before the counters are read: a frame that comes from here on deserves its own message.
     panel->thread.posted.store(false);
     if (!panel->active) return;
+    // Each failure is a log line, but not one per frame: without a block no worker runs that could announce frames,
+    // and what is left is the one refresh a second that ends every reconnect.
+    preview_retry_control_block(panel);
     preview_render(panel);
     preview_repaint(panel);
 }

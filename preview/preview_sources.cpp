@@ -114,8 +114,11 @@ void preview_reconnect_sources(PreviewPanel* panel) {
     ++panel->reconnect_attempt;
     reconnect_feeds(panel);
     reconnect_outputs(panel);
-    // Without the reset: workers that found the block first may be at work in it.
-    if (!panel->control.view) shmem_create(kControlBlockName, kControlBlockSize, &panel->control);
+}
+
+void preview_retry_control_block(PreviewPanel* panel) {
+    if (panel->control.view) return;
+    shmem_create(kControlBlockName, kControlBlockSize, &panel->control);
 }
 
 void preview_unmap_sources(PreviewPanel* panel) {

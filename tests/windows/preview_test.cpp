@@ -7,6 +7,7 @@
 
 #include "app/commands.h"
 #include "app/log.h"
+#include "ipc/control_block_reset.h"
 #include "ipc/frame_ring.h"
 #include "tests/support/log_capture.h"
 #include "tests/windows/preview_rig.h"
@@ -35,6 +36,29 @@ TEST(Preview, CreationMakesAndResetsTheControlBlockAndReportsWhatIsMissing) {
     log.take();
     preview_reconnect(rig.panel.get());
     EXPECT_TRUE(log.take().empty()) << "a region that is still missing is no news";
+}
+
+TEST(Preview, CreationResetsABlockThatAnEarlierRunLeft) {
+    WorkerRegion left_over(kControlBlockName, kControlBlockSize);
+    std::memset(left_over.bytes(), 0xA5, kControlBlockSize);
+    LogCapture log;
+    PreviewRig rig;
+    rig.settings->feed_count = 2;
+    rig.settings->overlay_frame_offsets[2] = 77;
+    rig.create();
+    ASSERT_NE(rig.control(), nullptr);
+    EXPECT_EQ(log.count("INF shmem: attached to 'Local\\SkiJumpControl' (9776 bytes)"), 1);
+    EXPECT_EQ(rig.control()->num_feeds, 2u);
+    EXPECT_EQ(rig.control()->feed_offset_live[2], 77);
+    EXPECT_EQ(rig.control()->movie_published_count, 0u);
+    EXPECT_EQ(rig.control()->pid_slot[7], 0u);
+    EXPECT_EQ(rig.control()->workers_9772[3], 0) << "down to the last byte";
+    LARGE_INTEGER now, frequency;
+    QueryPerformanceCounter(&now);
+    QueryPerformanceFrequency(&frequency);
+    const int64_t now_us = performance_counter_us(now.QuadPart, frequency.QuadPart);
+    EXPECT_GT(rig.control()->sync_epoch_us, now_us - 60'000'000);
+    EXPECT_LE(rig.control()->sync_epoch_us, now_us);
 }
 
 TEST(Preview, ButtonsAreChildrenOfTheMainWindowHiddenUntilTheTabIsShown) {
@@ -367,12 +391,22 @@ TEST(Preview, WorksWithoutAControlBlockAndTakesOneLaterWithoutResettingIt) {
     EXPECT_EQ(rig.settings->erase_shadows, 0);
     EXPECT_TRUE(log.take().empty());
 
+    const std::string failure = "ERR shmem: CreateFileMapping failed for 'Local\\SkiJumpControl', error=6";
+    preview_refresh(rig.panel.get());
+    EXPECT_EQ(log.take(), std::vector<std::string>{failure}) << "every refresh tries";
+    preview_reconnect(rig.panel.get());
+    EXPECT_EQ(log.take(), std::vector<std::string>{failure}) << "and a reconnect only by its refresh";
+    preview_set_active(rig.panel.get(), false);
+    preview_refresh(rig.panel.get());
+    EXPECT_TRUE(log.take().empty());
+    preview_set_active(rig.panel.get(), true);
+
     CloseHandle(blocker);
     // A worker's block, half at work.
     WorkerRegion block(kControlBlockName, kControlBlockSize);
     reinterpret_cast<ControlBlock*>(block.bytes())->movie_published_count = 5;
     for (auto& feed : reinterpret_cast<ControlBlock*>(block.bytes())->feed) feed[0].nw = 2;
-    preview_reconnect(rig.panel.get());
+    preview_refresh(rig.panel.get());
     ASSERT_NE(rig.control(), nullptr);
     EXPECT_EQ(rig.control()->movie_published_count, 5u);
     EXPECT_EQ(rig.control()->paused, 0u);
