@@ -112,3 +112,29 @@ TEST(SyncObjects, ExactlyTheListedEventsAreManualReset) {
         EXPECT_EQ(event_is_manual_reset(index), manual) << index;
     }
 }
+
+// The numbers are the interface: every program that was built separately uses them.
+TEST(SyncObjects, EveryNamedIndexIsTheAgreedOne) {
+    EXPECT_EQ(kSyncObjectCount, 37);
+    EXPECT_EQ(kLockTimeoutMs, 1000u);
+    EXPECT_STREQ(kMutexNamePrefix, "Local\\SkiJumpMutex_");
+    EXPECT_STREQ(kEventNamePrefix, "Local\\SkiJumpEvent_");
+    EXPECT_EQ(kMutexChannel, 2);
+    EXPECT_EQ(kMutexNw, 3);
+    EXPECT_EQ(kMutexMotionIdx, 6);
+    EXPECT_EQ(kMutexOutput, 9);
+    EXPECT_EQ(kMutexForceResult, 11);
+    EXPECT_EQ(kMutexForceStart, 12);
+    EXPECT_EQ(kMutexForceEnd, 13);
+    EXPECT_EQ(kMutexOutputFrame, 15);
+    EXPECT_EQ(kMutexJumpers, 19);
+    EXPECT_EQ(kMutexGrid, 20);
+    EXPECT_EQ(kMutexPidSlot, 27);
+    EXPECT_EQ(kEventMotionWake, 6);
+    EXPECT_EQ(kEventForceRequest, 13);
+    EXPECT_EQ(kEventNewOutput, 14);
+    EXPECT_EQ(kEventResume, 18);
+    EXPECT_EQ(kEventGridClick, 21);
+    EXPECT_EQ(kEventCapfile, 35);
+    EXPECT_EQ(kEventNewFrame, 36);
+}

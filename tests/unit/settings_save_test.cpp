@@ -186,9 +186,25 @@ TEST(SettingsSave, ARecordThatWasOnlyClearedIsRefused) {
             "big_window_width=0, min_blob_sizes[0]=0 — caller likely forgot settings_init_defaults or wired the "
             "wrong pointer).  File '" +
             path + "' NOT overwritten."});
-    // One value of the six that is not zero is enough.
-    cleared->min_blob_sizes[3] = 1;
+}
+
+TEST(SettingsSave, OneOfTheSixTellingValuesIsEnoughToBeSaved) {
+    const auto cleared = std::make_unique<Settings>();
+    TempDir dir;
+    const std::string path = dir.file("settings.txt");
+    int32_t* const telling[] = {&cleared->frame_position_bar_height, &cleared->big_window_width,
+                                &cleared->big_window_height, &cleared->min_blob_sizes[0],
+                                &cleared->min_blob_sizes[3]};
+    for (int32_t* value : telling) {
+        *value = -1;
+        EXPECT_EQ(settings_save(cleared.get(), path.c_str()), 0);
+        *value = 0;
+    }
+    cleared->mouse_position_speed = 0.5f;
     EXPECT_EQ(settings_save(cleared.get(), path.c_str()), 0);
+    cleared->mouse_position_speed = 0.0f;
+    cleared->min_blob_sizes[1] = cleared->feed_count = 1;  // tell nothing
+    EXPECT_EQ(settings_save(cleared.get(), path.c_str()), -1);
 }
 
 TEST(SettingsSave, APathTooLongForTheTemporaryNameFails) {
