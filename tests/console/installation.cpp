@@ -59,10 +59,14 @@ static std::string fake_workers_folder(const std::string& root) {
     return folder;
 }
 
-bool installation_create(Installation* installation, const std::string& name, bool simulated_rig) {
+static std::string installations_root() {
     char temp[MAX_PATH] = "";
     GetTempPathA(sizeof temp, temp);
-    const std::string root = std::string(temp) + "orvek_console";
+    return std::string(temp) + "orvek_console";
+}
+
+bool installation_create(Installation* installation, const std::string& name, bool simulated_rig) {
+    const std::string root = installations_root();
     CreateDirectoryA(root.c_str(), nullptr);
     installation->folder = root + "\\" + name;
     remove_folder(installation->folder);
@@ -111,6 +115,11 @@ void installation_destroy(Installation* installation, bool keep_folder) {
                 return GetFileAttributesA(installation->folder.c_str()) == INVALID_FILE_ATTRIBUTES;
             },
             5000);
+}
+
+void installations_clean_up() {
+    remove_folder(installations_root() + "\\fake_workers");
+    RemoveDirectoryA(installations_root().c_str());  // stays while a failed test's folder lies in it
 }
 
 std::string installation_path(const Installation& installation, const std::string& name) {

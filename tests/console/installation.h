@@ -31,6 +31,9 @@ bool installation_create(Installation* installation, const std::string& name, bo
 // Ends what still runs, waits for it, and removes the folder unless it is to be kept.
 void installation_destroy(Installation* installation, bool keep_folder);
 
+// Removes what the installations of this run shared.
+void installations_clean_up();
+
 // Ends every process of the job and waits until none is left.
 void installation_end_processes(const Installation& installation);
 

@@ -2,9 +2,12 @@
 #include <gtest/gtest.h>
 
 #include "tests/console/fake_worker.h"
+#include "tests/console/installation.h"
 
 int main(int argc, char** argv) {
     if (is_fake_worker()) return fake_worker_main(argc, argv);
     testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
+    const int outcome = RUN_ALL_TESTS();
+    installations_clean_up();
+    return outcome;
 }

@@ -18,11 +18,6 @@ protected:
         ASSERT_TRUE(log_shows(installation, "practice: all processes ready, viewer launched, playing"));
     }
 };
-
-class PracticeOnTheRig : public ConsoleTest {
-protected:
-    PracticeOnTheRig() : ConsoleTest(true) {}
-};
 }  // namespace
 
 TEST_F(PracticeTestMode, PressesTheOperatorsButtonsInOrder) {
@@ -90,25 +85,6 @@ TEST_F(PracticeTestMode, ClosingByHandEndsTheRunWithZero) {
     wait_for_monitor();
     EXPECT_EQ(console_close(&console), 0);
     EXPECT_TRUE(log_shows_in_order(installation, {"CLI mode: exit code 0", "controller exiting"}));
-}
-
-// What a new user gets: the simulated rig with the packaged settings, which among others leave out the waving flag.
-TEST_F(PracticeOnTheRig, TwoMoviesOfTheSimulatedRigEndTheRunWithZero) {
-    const std::string sample = std::string(ORVEK_TEST_DATA) + "/../../packaging/sample/settings.txt";
-    ASSERT_TRUE(CopyFileA(sample.c_str(), installation_path(installation, "settings.txt").c_str(), FALSE)) << sample;
-    start("--practice-test --max-movies 2 --max-frames 100000");
-    ASSERT_EQ(console_wait_for_exit(&console, 150000), 0);
-    EXPECT_TRUE(log_shows_in_order(
-        installation, {"CLI: practice-test mode starting (max_movies=2, max_frames=100000)", "CLI: enabling Log On",
-                       "CLI: enabling Blob Circles", "CLI: launching practice",
-                       "PRACTICE: feed_count=3 active=3, spawned 3 motion(s), kept 0 running",
-                       "practice: all processes ready, viewer launched, playing", "CLI practice-test: movie #*",
-                       "CLI practice-test: movie limit reached (* >= 2) — shutting down",
-                       "process manager shutting down", "CLI mode: exit code 0", "controller exiting"}));
-    for (int32_t feed = 0; feed < kFeedCount; ++feed)
-        EXPECT_EQ(log_count(installation, "preview: reconnected feed " + std::to_string(feed) + " (*"), 1);
-    EXPECT_EQ(log_count(installation, "ERR *"), 0);
-    EXPECT_EQ(log_count(installation, "restarting *"), 0);
 }
 
 TEST_F(PracticeTestMode, AModeWhoseFeatureIsMissingEndsSoonAndSaysSo) {
