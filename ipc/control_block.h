@@ -22,7 +22,7 @@ inline constexpr uint32_t kPidSlotEmpty = 0xFFFFFFFFu;  // as empty as 0
 inline constexpr int32_t kWorkerNotStarted = 0, kWorkerStarting = 1, kWorkerAttached = 2, kWorkerReady = 3;
 
 // A 64-bit field inside a block that starts on a multiple of four only. In the region it is 8-aligned all the same.
-typedef int64_t int64_in_4_byte_block __attribute__((aligned(4)));
+using int64_in_4_byte_block [[gnu::aligned(4)]] = int64_t;
 
 struct FeedChannelBlock {  // 56 bytes, one per feed and channel
     uint32_t nw;           //   0  workers, mutex 3+feed: frames written so far into this channel's ring

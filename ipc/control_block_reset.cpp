@@ -10,8 +10,9 @@ static constexpr int32_t kMaxFeeds = 4;
 
 // In whole words, so that no reader sees half of a counter gone. The word may alias every field of the block.
 static void zero_block(ControlBlock* block) {
-    typedef uint64_t Word __attribute__((may_alias));
-    static_assert(sizeof(ControlBlock) % sizeof(Word) == 0 && alignof(ControlBlock) % alignof(Word) == 0);
+    using Word [[gnu::may_alias]] = uint64_t;
+    static_assert(sizeof(ControlBlock) % sizeof(Word) == 0);
+    static_assert(alignof(ControlBlock) % alignof(Word) == 0);
     Word* const words = reinterpret_cast<Word*>(block);
     for (size_t i = 0; i < sizeof(ControlBlock) / sizeof(Word); ++i) __atomic_store_n(words + i, 0, __ATOMIC_RELAXED);
 }

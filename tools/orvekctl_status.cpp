@@ -37,7 +37,7 @@ static bool copy_control_block(ControlBlock* block) {
     const ScopedView view = view_region(kControlBlockName, kControlBlockSize);
     if (!view.valid()) return false;
     const auto* const words = static_cast<const uint64_t*>(view.get());
-    uint64_t copy[kWords];
+    uint64_t copy[kWords] = {};
     for (size_t i = 0; i < kWords; ++i) copy[i] = shared_load(words[i]);
     memcpy(block, copy, sizeof copy);
     return true;
