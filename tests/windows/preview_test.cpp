@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <future>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "app/commands.h"
 #include "app/log.h"
@@ -170,6 +174,41 @@ TEST(Preview, ShowsTheNewestCompleteSlotOfTheLiveChannel) {
     rig.control()->feed[1][2].nw = 4;
     preview_refresh(rig.panel.get());
     EXPECT_EQ(middle_pixel(rig.panel->pane[1])[0], 70);
+}
+
+// How long a refresh takes while another thread sits on the mutexes.
+static ULONGLONG refresh_ms_while_held(PreviewRig& rig, const std::vector<int32_t>& mutexes) {
+    std::promise<void> held, done;
+    std::thread owner([&] {
+        for (const int32_t mutex : mutexes) EXPECT_EQ(ipc_lock(&rig.sync, mutex), 0) << mutex;
+        held.set_value();
+        done.get_future().wait();
+        for (const int32_t mutex : mutexes) ipc_unlock(&rig.sync, mutex);
+    });
+    held.get_future().wait();
+    const ULONGLONG start = GetTickCount64();
+    preview_refresh(rig.panel.get());
+    const ULONGLONG taken_ms = GetTickCount64() - start;
+    done.set_value();
+    owner.join();
+    return taken_ms;
+}
+
+TEST(Preview, EveryFieldIsReadUnderItsMutexAndAHungOwnerCostsASecondNotThePicture) {
+    const auto feed1 = make_feed(1, 0);
+    paint_feed_slot(*feed1, 0, 50);
+    PreviewRig rig;
+    rig.create();
+    preview_set_active(rig.panel.get(), true);
+    const std::vector<int32_t> read = {2, 3, 4, 5, 15};  // channel, nw of each feed, output_frame_idx
+    std::vector<int32_t> others;
+    for (int32_t mutex = 0; mutex < kSyncObjectCount; ++mutex)
+        if (mutex != 9 && std::find(read.begin(), read.end(), mutex) == read.end()) others.push_back(mutex);
+    for (auto& feed : rig.control()->feed) feed[0].nw = 2;
+    EXPECT_LT(refresh_ms_while_held(rig, others), 900u);
+    for (const int32_t mutex : read) EXPECT_GE(refresh_ms_while_held(rig, {mutex}), 950u) << mutex;
+    EXPECT_GE(refresh_ms_while_held(rig, {9}), 1900u) << "motion_active of the connected feed, then output_active";
+    EXPECT_EQ(middle_pixel(rig.panel->pane[1])[0], 50);
 }
 
 TEST(Preview, StacksFeed1OverItsPartnerUntilAnOutputFrameIsThere) {
@@ -422,82 +461,6 @@ TEST(Preview, WorksWithoutSyncSetAndSettings) {
     preview_reconnect(rig.panel.get());
     EXPECT_TRUE(preview_command(rig.panel.get(), kCmdPlay));
     EXPECT_EQ(rig.control()->paused, 0u);
-}
-
-TEST(PreviewThread, BothEventsLeadToARefreshMessageAndAreReset) {
-    PreviewRig rig;
-    rig.create();
-    preview_set_active(rig.panel.get(), true);
-    rig.pump(50);
-    for (const int32_t event : {kEventNewOutput, kEventNewFrame}) {
-        const int32_t before = rig.refreshes;
-        ipc_signal(&rig.sync, event);
-        rig.pump(150);
-        EXPECT_EQ(rig.refreshes, before + 1) << event;
-        EXPECT_EQ(WaitForSingleObject(rig.sync.event[event], 0), DWORD{WAIT_TIMEOUT}) << event;
-    }
-}
-
-TEST(PreviewThread, OutputEventsAreThrottledToOneRefreshIn16Milliseconds) {
-    PreviewRig rig;
-    rig.create();
-    preview_set_active(rig.panel.get(), true);
-    rig.pump(50);
-    rig.refreshes = 0;
-    const DWORD start = GetTickCount();
-    while (GetTickCount() - start < 1000) {
-        ipc_signal(&rig.sync, kEventNewOutput);
-        rig.pump(1);
-    }
-    const auto most = static_cast<int32_t>((GetTickCount() - start) / 16 + 3);
-    EXPECT_LE(rig.refreshes, most);
-    EXPECT_GE(rig.refreshes, 15) << "a slow machine, but not that slow";
-}
-
-TEST(PreviewThread, OneMessageIsUnderWayAtMost) {
-    PreviewRig rig;
-    rig.create();
-    preview_set_active(rig.panel.get(), true);
-    rig.pump(50);
-    rig.answer = false;
-    rig.refreshes = 0;
-    for (int32_t i = 0; i < 20; ++i) {
-        ipc_signal(&rig.sync, kEventNewFrame);
-        Sleep(5);
-    }
-    rig.pump(50);
-    EXPECT_EQ(rig.refreshes, 1);
-    preview_refresh(rig.panel.get());
-    ipc_signal(&rig.sync, kEventNewFrame);
-    rig.pump(100);
-    EXPECT_EQ(rig.refreshes, 2);
-}
-
-TEST(PreviewThread, HiddenTabGetsNeitherMessagesNorTimerTicks) {
-    PreviewRig rig;
-    rig.create();
-    rig.pump(20);
-    EXPECT_EQ(rig.panel->thread.thread, nullptr) << "nothing runs before the tab is shown";
-    preview_set_active(rig.panel.get(), true);
-    preview_set_active(rig.panel.get(), true);
-    rig.pump(1300);
-    EXPECT_EQ(rig.ticks, 1);
-    const DWORD start = GetTickCount();
-    preview_set_active(rig.panel.get(), false);
-    EXPECT_LT(GetTickCount() - start, 150u) << "a stop does not wait for the thread's time-out";
-    EXPECT_EQ(rig.panel->thread.thread, nullptr);
-    rig.pump(20);
-    rig.ticks = rig.refreshes = 0;
-    for (int32_t i = 0; i < 13; ++i) {
-        ipc_signal(&rig.sync, kEventNewOutput);
-        ipc_signal(&rig.sync, kEventNewFrame);
-        rig.pump(100);
-    }
-    EXPECT_EQ(rig.ticks, 0);
-    EXPECT_EQ(rig.refreshes, 0);
-    preview_set_active(rig.panel.get(), true);
-    rig.pump(300);
-    EXPECT_GE(rig.refreshes, 1) << "shown again, it takes up the events";
 }
 
 TEST(Preview, TenThousandRefreshesHoldNothingMoreThanTheFirst) {
