@@ -10,7 +10,9 @@ namespace {
 constexpr char kRawFormat[] = "-f rawvideo -pix_fmt yuv420p -s 1920x1080 -r 60";
 constexpr uintptr_t kNoSocket = ~uintptr_t{0};
 constexpr long kConnectSeconds = 10;
+// Room for a whole frame on either side, and none of ffmpeg's own small buffers between: few and large calls.
 constexpr int32_t kReceiveBuffer = 4 << 20;
+constexpr int32_t kSendBuffer = 4 << 20;
 
 }  // namespace
 
@@ -80,8 +82,10 @@ int32_t video_reader_open(VideoReader* reader, const std::string& ffmpeg, const 
     if (listener == INVALID_SOCKET) return -1;
     char seek[48];
     snprintf(seek, sizeof seek, "%.6f", static_cast<double>(std::max<int64_t>(first_frame, 0)) / 60.0);
-    reader->process = start_process("\"" + ffmpeg + "\" -v error -nostdin -threads 1 -ss " + seek + " -i \"" + video +
-                                    "\" -an " + kRawFormat + " tcp://127.0.0.1:" + std::to_string(port));
+    reader->process =
+        start_process("\"" + ffmpeg + "\" -v error -nostdin -threads 1 -ss " + seek + " -i \"" + video + "\" -an " +
+                      kRawFormat + " -avioflags direct tcp://127.0.0.1:" + std::to_string(port) +
+                      "?send_buffer_size=" + std::to_string(kSendBuffer));
     const SOCKET connection = reader->process != nullptr ? accept_one(listener) : INVALID_SOCKET;
     closesocket(listener);
     if (connection == INVALID_SOCKET) return -1;

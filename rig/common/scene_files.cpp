@@ -85,7 +85,7 @@ int32_t scene_write_settings(const char* path) {
     FILE* file = fopen(path, "wb");
     if (file == nullptr) return -1;
     fprintf(file, "# A first run on the simulated rig: regions, offsets and grid fit its scene.\n");
-    fprintf(file, "feed_count=3\nupload_enabled=0\ndisable_nvenc_encoding=1\nmark_motion=1\nmark_motion_Y=48\n");
+    fprintf(file, "feed_count=3\nupload_enabled=0\ndisable_nvenc_encoding=1\nmark_motion=1\nmark_motion_Y=128\n");
     for (int32_t feed = 0; feed < kSceneFeeds; ++feed) {
         fprintf(file, "\n");
         write_regions(file, feed);
