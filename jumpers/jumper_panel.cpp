@@ -37,8 +37,16 @@ static_assert(kControls[0].id == kIdJumperList && kControls[1].id == kIdJumperBi
 
 }  // namespace
 
+// Attaching takes a region as it is, also one that another program made too small.
+static bool is_large_enough(const void* view) {
+    MEMORY_BASIC_INFORMATION info = {};
+    return VirtualQuery(view, &info, sizeof info) != 0 && info.RegionSize >= kJumperRegionSize;
+}
+
 static void map_region(JumperPanel* panel) {
-    if (shmem_create(kJumperRegionName, kJumperRegionSize, &panel->region) != 0) {
+    const bool mapped = shmem_create(kJumperRegionName, kJumperRegionSize, &panel->region) == 0;
+    if (!mapped || !is_large_enough(panel->region.view)) {
+        shmem_close(&panel->region);
         log_warn("jumper panel: shared memory not available");
         return;
     }

@@ -3,7 +3,6 @@
 #include "app/commands.h"
 #include "app/log.h"
 #include "app/timers.h"
-#include "jumpers/jumper_panel.h"
 #include "preview/preview_decisions.h"
 #include "preview/preview_internal.h"
 #include "settings/settings.h"
@@ -79,7 +78,7 @@ int32_t preview_create(PreviewPanel* panel, HWND main_window, HINSTANCE instance
 
 static void place_jumpers(PreviewPanel* panel, const PictureArea& area) {
     if (!panel->place_jumpers) return;
-    const PlaceRect place = place_jumper_list(area, panel->places, kJumperPanelWidth);
+    const PlaceRect place = place_jumper_list(area, panel->places, panel->jumpers_width);
     RECT rect = {place.left, place.top, place.right, place.bottom};
     MapWindowPoints(panel->window, panel->main_window, reinterpret_cast<POINT*>(&rect), 2);
     panel->place_jumpers(panel->jumpers_context, rect);

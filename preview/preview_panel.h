@@ -60,9 +60,10 @@ struct PreviewPanel {
     Settings* settings;
     const char* settings_path;
     CurrentJumper current_jumper;  // set by the owner of the jumper list; null: no caption
-    PlaceJumpers place_jumpers;    // null: nothing to place; likewise
+    PlaceJumpers place_jumpers;    // null: nothing to place
     RefreshJumpers refresh_jumpers;
     void* jumpers_context;  // of all three
+    int32_t jumpers_width;  // wanted, in pixels
 
     SharedRegion control;
     SharedRegion channel[kFeedCount][kChannelCount];  // [f][0] is the pane's own

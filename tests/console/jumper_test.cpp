@@ -1,179 +1,9 @@
 // The jumper panel of the running program: what it shows, what clicking and typing do, and how it follows the region
 // that other programs write.
-#include <windows.h>  // before commctrl.h, which needs it
-
-#include <commctrl.h>
-
-#include <memory>
+#include <cstring>
 #include <string>
-#include <vector>
 
-#include "ipc/jumper_region.h"
-#include "ipc/shared_access.h"
-#include "tests/console/console_test.h"
-#include "tests/console/remote.h"
-#include "tests/console/screenshot.h"
-
-namespace {
-
-constexpr int32_t kList = 600, kBib = 601, kRound = 602, kDown = 603, kUp = 604, kLoad = 605;
-constexpr COLORREF kHighlight = RGB(0, 0x66, 0xCC);
-constexpr char kFourJumpers[] =
-    "Bib\tName\tClub\r\n"
-    "1\tŽiga Čop\tSSK Ilirija\tSLO\r\n"
-    "2\tMatti Ahonen\tLahden HS\tFIN\r\n"
-    "12\tJörg Müller\tSC Hinterzarten\r\n"
-    "7,a,b\r\n"
-    "33\tEva Berg\tIF Nord\r\n";
-
-class Jumpers : public ConsoleTest {
-protected:
-    void TearDown() override {
-        if (region != nullptr) UnmapViewOfFile(region);
-        if (mapping != nullptr) CloseHandle(mapping);
-        ConsoleTest::TearDown();
-    }
-    void start_with_list(const std::string& list, const std::string& arguments = "") {
-        installation_write(installation, "jumpers.csv", list);
-        start_with({}, arguments);
-        open_region();
-    }
-    void open_region() {
-        mapping = OpenFileMappingA(FILE_MAP_ALL_ACCESS, FALSE, kJumperRegionName);
-        ASSERT_NE(mapping, nullptr);
-        region = static_cast<JumperRegion*>(MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, kJumperRegionSize));
-        ASSERT_NE(region, nullptr);
-    }
-    HWND list() const {
-        return control(console, kList);
-    }
-    std::string cell(int32_t row, int32_t column) const {
-        LVITEMW item = {};
-        item.iSubItem = column;
-        item.pszText = static_cast<wchar_t*>(remote_text_place(console));
-        item.cchTextMax = 256;
-        const LRESULT length =
-            send_with_data(console, list(), LVM_GETITEMTEXTW, static_cast<WPARAM>(row), &item, sizeof item);
-        return remote_text(console, static_cast<size_t>(length));
-    }
-    std::string row_text(int32_t row) const {
-        std::string text;
-        for (int32_t column = 0; column < 7; ++column) text += (column == 0 ? "" : "|") + cell(row, column);
-        return text;
-    }
-    int32_t rows() const {
-        DWORD_PTR count = 0;
-        SendMessageTimeoutW(list(), LVM_GETITEMCOUNT, 0, 0, SMTO_NORMAL, kPatienceMs, &count);
-        return static_cast<int32_t>(count);
-    }
-    std::string whole_list() const {
-        std::string text;
-        for (int32_t row = 0; row < rows(); ++row) text += row_text(row) + "\n";
-        return text;
-    }
-    RECT row_place(int32_t row) const {
-        RECT place = {LVIR_BOUNDS, 0, 0, 0};
-        send_with_data(console, list(), LVM_GETITEMRECT, static_cast<WPARAM>(row), &place, sizeof place);
-        return place;
-    }
-    void click(int32_t row, bool twice = false) const {
-        const RECT place = row_place(row);
-        const LPARAM point = MAKELPARAM(60, (place.top + place.bottom) / 2);
-        PostMessageW(list(), WM_LBUTTONDOWN, MK_LBUTTON, point);
-        PostMessageW(list(), WM_LBUTTONUP, 0, point);
-        if (!twice) return;
-        PostMessageW(list(), WM_LBUTTONDBLCLK, MK_LBUTTON, point);
-        PostMessageW(list(), WM_LBUTTONUP, 0, point);
-    }
-    void enter_bib(const char* text) const {
-        DWORD_PTR ignored = 0;
-        for (const char* at = text; *at != '\0'; ++at) {
-            SendMessageTimeoutW(control(console, kBib), WM_CHAR, static_cast<WPARAM>(*at), 1, SMTO_NORMAL,
-                                kPatienceMs, &ignored);
-        }
-        PostMessageW(control(console, kBib), WM_KEYDOWN, VK_RETURN, 1);
-        PostMessageW(control(console, kBib), WM_CHAR, '\r', 1);
-    }
-    testing::AssertionResult list_becomes(const std::string& expected) const {
-        return becomes(
-            "jumper list", [&] { return whole_list(); }, expected);
-    }
-    testing::AssertionResult current_becomes(int32_t index, int32_t bib) const {
-        using Pair = std::pair<int32_t, int32_t>;
-        return becomes(
-            "current index and bib",
-            [&] { return Pair(shared_load(region->current_index), shared_load(region->current_bib)); },
-            Pair(index, bib));
-    }
-    testing::AssertionResult round_becomes(const std::string& text) const {
-        return becomes(
-            "round label", [&] { return window_text(control(console, kRound)); }, text);
-    }
-    // How many pixels of a row have this colour.
-    int32_t pixels_of(int32_t row, COLORREF colour) const {
-        const Picture picture = picture_of(list(), row_place(row));
-        int32_t count = 0;
-        for (int32_t y = 0; y < picture.height; ++y)
-            for (int32_t x = 0; x < picture.width; ++x) count += pixel(picture, x, y) == colour ? 1 : 0;
-        return count;
-    }
-
-    HANDLE mapping = nullptr;
-    JumperRegion* region = nullptr;
-};
-
-}  // namespace
-
-TEST_F(Jumpers, AStartListBesideTheSettingsIsThereAtStartUp) {
-    start_with_list(kFourJumpers);
-    EXPECT_TRUE(
-        list_becomes("►|0|FORERUNNER||||\n"
-                     "|1|Žiga Čop|SSK Ilirija|||\n"
-                     "|2|Matti Ahonen|Lahden HS|||\n"
-                     "|12|Jörg Müller|SC Hinterzarten|||\n"
-                     "|33|Eva Berg|IF Nord|||\n"));
-    const std::string path = installation.folder + "\\jumpers.csv";
-    EXPECT_TRUE(log_shows_in_order(
-        installation, {"jumper panel: shared memory mapped (0 jumpers)", "jumper highlight: index=0",
-                       "jumper_panel: loaded 5 jumpers from " + path, "auto-loaded 5 jumpers from " + path}));
-    EXPECT_EQ(region->count, 5);
-    EXPECT_EQ(region->list_loaded, 1);
-    EXPECT_EQ(region->initialised, 1);
-    EXPECT_EQ(message_box(console), nullptr);
-}
-
-TEST_F(Jumpers, WithoutAStartListThePanelIsEmptyAndSaysNothing) {
-    start_with({});
-    open_region();
-    EXPECT_EQ(rows(), 0);
-    EXPECT_EQ(region->list_loaded, 0);
-    EXPECT_EQ(region->initialised, 1);
-    EXPECT_EQ(log_count(installation, "*loaded*jumpers*"), 0);
-}
-
-TEST_F(Jumpers, AnEmptyStartListLeavesTheForerunner) {
-    start_with_list("");
-    EXPECT_TRUE(list_becomes("►|0|FORERUNNER||||\n"));
-    EXPECT_TRUE(log_shows(installation, "auto-loaded 1 jumpers from *"));
-}
-
-TEST_F(Jumpers, OfALongStartList199JumpersAreShown) {
-    std::string text;
-    for (int32_t i = 1; i <= 250; ++i) text += std::to_string(i) + "\tname\tclub\n";
-    start_with_list(text);
-    EXPECT_EQ(rows(), 200);
-    EXPECT_EQ(row_text(199), "|199|name|club|||");
-    EXPECT_TRUE(log_shows(installation, "auto-loaded 200 jumpers from *"));
-}
-
-TEST_F(Jumpers, AnUnattendedRunLoadsItsListToo) {
-    start_with_list(kFourJumpers, "--practice-test");
-    EXPECT_TRUE(log_shows(installation, "auto-loaded 5 jumpers from *"));
-    send_command(console, kLoad);
-    ASSERT_TRUE(console_answers(console, kPatienceMs));
-    Sleep(500);
-    EXPECT_EQ(message_box(console), nullptr) << "nobody is there to answer a dialog";
-}
+#include "tests/console/jumper_fixture.h"
 
 TEST_F(Jumpers, TheControlsStandRightOfTheDividerAndGoWithTheTab) {
     start_with_list(kFourJumpers);
@@ -358,20 +188,28 @@ TEST_F(Jumpers, TheCurrentRowIsWhiteOnBlueAndTheOthersBlackOnWhite) {
     }
 }
 
-TEST_F(Jumpers, ARunningRigsListIsTakenOverAsItIs) {
-    mapping =
-        CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, kJumperRegionSize, kJumperRegionName);
-    region = static_cast<JumperRegion*>(MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, kJumperRegionSize));
-    ASSERT_NE(region, nullptr);
-    memset(region, 0, sizeof *region);
-    region->count = 2;
-    region->round = 1;
-    region->current_index = 1;
-    region->records[1].bib = 44;
-    memcpy(region->records[1].name, "Nadja", 6);
-    start_with({});
-    EXPECT_TRUE(log_shows(installation, "jumper panel: shared memory mapped (2 jumpers)"));
-    EXPECT_TRUE(list_becomes("|0|||||\n►|44|Nadja||||\n"));
+TEST_F(Jumpers, AProgramThatHoldsTheMutexDoesNotStopTheOperator) {
+    start_with_list(kFourJumpers);
+    open_shared();
+    ASSERT_EQ(WaitForSingleObject(shared.mutex[kMutexJumpers], kPatienceMs), WAIT_OBJECT_0);
+    press_on(kTabPreview, kUp);
     EXPECT_TRUE(round_becomes("Round: 1"));
-    EXPECT_EQ(shared_load(region->initialised), 0);
+    ReleaseMutex(shared.mutex[kMutexJumpers]);
+}
+
+TEST_F(Jumpers, TheCaptionOverTheCombinedPictureNamesTheCurrentJumper) {
+    installation_write(installation, "controller_window.ini", "x=20\ny=20\nwidth=1500\nheight=1140\n");
+    start_with_list("5\tAnna\tIF\n");
+    const auto blue_pixels = [&] {
+        const int32_t feed_height = 700 * 540 / 1920;
+        const int32_t top = 3 * (feed_height + 5);
+        const Picture picture = picture_of(control(console, 110), {0, top, 690, top + 40});
+        int32_t count = 0;
+        for (int32_t y = 0; y < picture.height; ++y)
+            for (int32_t x = 0; x < picture.width; ++x) count += pixel(picture, x, y) == RGB(0, 0, 128) ? 1 : 0;
+        return count;
+    };
+    EXPECT_TRUE(wait_until([&] { return blue_pixels() > 500; })) << blue_pixels();
+    shared_store(region->count, 0);
+    EXPECT_TRUE(becomes("blue pixels without a jumper", blue_pixels, 0));
 }
