@@ -90,22 +90,23 @@ static bool apply_pixel_entry(Settings* settings, std::string_view key, std::str
 }
 
 static void apply_setting(Settings* settings, const SettingDescriptor& row, std::string_view value) {
-    char* field = reinterpret_cast<char*>(settings) + row.offset;
+    void* const field = reinterpret_cast<char*>(settings) + row.offset;
     switch (row.type) {
         case SETTING_INT:
-            *reinterpret_cast<int32_t*>(field) = text_to_int(value);
+            *static_cast<int32_t*>(field) = text_to_int(value);
             break;
         case SETTING_FLOAT:
-            *reinterpret_cast<float*>(field) = text_to_float(value);
+            *static_cast<float*>(field) = text_to_float(value);
             break;
         case SETTING_STRING: {
             const size_t length = std::min<size_t>(value.size(), kSettingTextSize - 1);
-            memcpy(field, value.data(), length);
-            field[length] = '\0';
+            auto* const text = static_cast<char*>(field);
+            memcpy(text, value.data(), length);
+            text[length] = '\0';
             break;
         }
         case SETTING_PAIR: {
-            auto* anchor = reinterpret_cast<GridLine*>(field);
+            auto* anchor = static_cast<GridLine*>(field);
             const size_t comma = value.find(',');
             anchor->x = text_to_int(value);
             anchor->y = comma == std::string_view::npos ? 0 : text_to_int(value.substr(comma + 1));
@@ -139,19 +140,21 @@ static void append_float(std::string* text, float value) {
 }
 
 void format_setting_value(const Settings* settings, int32_t row, std::string* text) {
-    const char* field = reinterpret_cast<const char*>(settings) + kSettingTable[row].offset;
+    const void* const field = reinterpret_cast<const char*>(settings) + kSettingTable[row].offset;
     switch (kSettingTable[row].type) {
         case SETTING_INT:
-            append_int(text, *reinterpret_cast<const int32_t*>(field));
+            append_int(text, *static_cast<const int32_t*>(field));
             break;
         case SETTING_FLOAT:
-            append_float(text, *reinterpret_cast<const float*>(field));
+            append_float(text, *static_cast<const float*>(field));
             break;
-        case SETTING_STRING:
-            text->append(field, strnlen(field, kSettingTextSize - 1));
+        case SETTING_STRING: {
+            const auto* const characters = static_cast<const char*>(field);
+            text->append(characters, strnlen(characters, kSettingTextSize - 1));
             break;
+        }
         case SETTING_PAIR: {
-            const auto* anchor = reinterpret_cast<const GridLine*>(field);
+            const auto* anchor = static_cast<const GridLine*>(field);
             append_int(text, anchor->x);
             text->push_back(',');
             append_int(text, anchor->y);

@@ -53,6 +53,7 @@ static SOCKET listen_on_loopback(uint16_t* port) {
     return INVALID_SOCKET;
 }
 
+// cppcheck-suppress passedByValue ; CreateProcessA writes into the command line.
 static void* start_process(std::string command) {
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;

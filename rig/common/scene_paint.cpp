@@ -72,7 +72,7 @@ static bool is_tree(uint64_t seed, int32_t feed, int32_t column, int32_t row, in
     constexpr int32_t kSpacing = 34;
     const int32_t here = static_cast<int32_t>(world_x(feed, column)) / kSpacing;
     for (int32_t tree = here - 1; tree <= here + 1; ++tree) {
-        const uint64_t who = static_cast<uint64_t>(tree + 100);
+        const uint64_t who = static_cast<uint64_t>(tree) + 100;
         const double trunk = (tree + 0.2 + 0.6 * scene_unit(seed, who)) * kSpacing;
         const double height = 46 + 40 * scene_unit(seed + 1, who);
         const double down = row - (snow_line + 6 - height);  // below the tip
@@ -228,8 +228,10 @@ static void sample_pixel(SceneSprite* sprite, std::vector<Colour>* colours, int3
     int32_t covered = 0;
     Colour sum = {0, 0, 0};
     for (int32_t point = 0; point < kPoints * kPoints; ++point) {
-        const double px = x + (point % kPoints + 0.5) / kPoints - sprite->width / 2.0;
-        const double py = y + (point / kPoints + 0.5) / kPoints - sprite->height / 2.0;
+        const int32_t point_x = point % kPoints;
+        const int32_t point_y = point / kPoints;
+        const double px = x + (point_x + 0.5) / kPoints - sprite->width / 2.0;
+        const double py = y + (point_y + 0.5) / kPoints - sprite->height / 2.0;
         const int32_t part = feed == kSceneFeeds - 1 ? part_at(kLanded, px / length, py / length)
                                                      : part_at(kFlight, px / length, py / length);
         if (part < 0) continue;
@@ -251,7 +253,9 @@ static void reduce_chroma(SceneSprite* sprite, const std::vector<Colour>& colour
             int32_t u = 0;
             int32_t v = 0;
             for (int32_t quarter = 0; quarter < 4; ++quarter) {
-                const size_t at = static_cast<size_t>(2 * cy + quarter / 2) * sprite->width + 2 * cx + quarter % 2;
+                const int32_t x = 2 * cx + quarter % 2;
+                const int32_t y = 2 * cy + quarter / 2;
+                const size_t at = static_cast<size_t>(y) * sprite->width + x;
                 cover += sprite->cover[at];
                 u += sprite->cover[at] * colours[at].u;
                 v += sprite->cover[at] * colours[at].v;
