@@ -39,6 +39,25 @@ TEST_F(Jumpers, TheControlsStandRightOfTheDividerAndGoWithTheTab) {
     for (int32_t id = kList; id <= kLoad; ++id) EXPECT_TRUE(is_shown(console, id)) << id;
 }
 
+TEST_F(Jumpers, TheListFollowsTheDividerAndStaysInTheWindow) {
+    start_with_list(kFourJumpers);
+    HWND pictures = control(console, 110);
+    const RECT area = client_place(console, pictures);
+    const auto drag = [&](int32_t from, int32_t to) {
+        PostMessageW(pictures, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(from, 100));
+        PostMessageW(pictures, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(to, 100));
+        PostMessageW(pictures, WM_LBUTTONUP, 0, MAKELPARAM(to, 100));
+    };
+    const auto left = [&] { return client_place(console, list()).left; };
+    drag(702, 500);
+    EXPECT_TRUE(becomes("left edge", left, area.left + 506));
+    EXPECT_EQ(client_place(console, control(console, kLoad)).left, area.left + 506 + 70);
+    EXPECT_EQ(client_place(console, list()).right, area.left + 506 + 280);
+    drag(502, 3000);
+    EXPECT_TRUE(becomes("left edge", left, area.right - 180));
+    EXPECT_EQ(client_place(console, list()).right, area.right);
+}
+
 TEST_F(Jumpers, TheColumnsHaveTheirTitlesWidthsAndSides) {
     start_with_list(kFourJumpers);
     const struct {
