@@ -37,6 +37,14 @@ inline constexpr int32_t kCmdFileCapture = 510;
 inline constexpr int32_t kCmdSelectPracticeFiles = 520;
 inline constexpr int32_t kCmdSelectCameras = 521;
 
+// Jumper panel, on the Preview tab.
+inline constexpr int32_t kIdJumperList = 600;
+inline constexpr int32_t kIdJumperBib = 601;
+inline constexpr int32_t kIdJumperRound = 602;
+inline constexpr int32_t kCmdRoundDown = 603;
+inline constexpr int32_t kCmdRoundUp = 604;
+inline constexpr int32_t kCmdLoadJumpers = 605;
+
 // Preview tab.
 inline constexpr int32_t kCmdPlay = 700;
 inline constexpr int32_t kCmdLaunchPractice = 701;

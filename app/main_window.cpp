@@ -37,8 +37,9 @@ static bool on_timer(UiContext* ui, WPARAM wp, LPARAM /*lp*/, LRESULT* /*result*
     return true;
 }
 
-static bool on_notify(UiContext* ui, WPARAM /*wp*/, LPARAM lp, LRESULT* /*result*/) {
-    const auto* header = reinterpret_cast<const NMHDR*>(lp);
+static bool on_notify(UiContext* ui, WPARAM /*wp*/, LPARAM lp, LRESULT* result) {
+    auto* header = reinterpret_cast<NMHDR*>(lp);
+    if (jumper_panel_notify(&ui->jumpers, header, result)) return true;
     if (header->hwndFrom != ui->tabs || header->code != TCN_SELCHANGE) return false;
     main_window_select_tab(ui, static_cast<int32_t>(SendMessageA(ui->tabs, TCM_GETCURSEL, 0, 0)));
     return true;
@@ -250,6 +251,7 @@ void main_window_destroy(UiContext* ui) {
     main_window_save_state(ui);
     for (const uintptr_t timer : {kTimerProcessPoll, kTimerReadinessWait, kTimerForceVideoWait})
         KillTimer(ui->window, timer);
+    jumper_panel_destroy(&ui->jumpers);
     preview_destroy(&ui->preview);
     if (ui->accelerators) DestroyAcceleratorTable(ui->accelerators);
     ui->accelerators = nullptr;

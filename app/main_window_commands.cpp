@@ -45,6 +45,17 @@ static void on_stop_viewer(UiContext* ui, int32_t /*offset*/) {
     stop_worker(ui, kKindViewer, -1);
 }
 
+static void on_round_down(UiContext* ui, int32_t /*offset*/) {
+    jumper_panel_round_down(&ui->jumpers);
+}
+static void on_round_up(UiContext* ui, int32_t /*offset*/) {
+    jumper_panel_round_up(&ui->jumpers);
+}
+static void on_load_jumpers(UiContext* ui, int32_t /*offset*/) {
+    // The dialog would wait for somebody who is not there.
+    if (ui->cli.mode == kModeInteractive) jumper_panel_load_interactive(&ui->jumpers);
+}
+
 static void on_help(UiContext* ui, int32_t /*offset*/) {
     help_page_open(ui->window, "index.html");
 }
@@ -94,6 +105,9 @@ constexpr CommandEntry kCommands[] = {
     {kCmdFeedButton, 3, toggle_feed_motion},
     {kCmdLaunchPractice, 1, on_launch_practice},
     {kCmdGoLive, 1, on_go_live},
+    {kCmdRoundDown, 1, on_round_down},
+    {kCmdRoundUp, 1, on_round_up},
+    {kCmdLoadJumpers, 1, on_load_jumpers},
     {kCmdHelp, 1, on_help},
     {kCmdAbout, 1, on_about},
     {kCmdSaveSettings, 1, on_save_settings},

@@ -67,9 +67,29 @@ static void create_grid_button(UiContext* ui) {
                     ui->window, reinterpret_cast<HMENU>(INT_PTR{kCmdGridLines}), ui->instance, nullptr);
 }
 
-static BOOL CALLBACK set_font(HWND child, LPARAM font) {
-    SendMessageA(child, WM_SETFONT, static_cast<WPARAM>(font), FALSE);
+static BOOL CALLBACK set_font(HWND child, LPARAM param) {
+    const auto* ui = reinterpret_cast<const UiContext*>(param);
+    if (!jumper_panel_owns(&ui->jumpers, child))
+        SendMessageA(child, WM_SETFONT, reinterpret_cast<WPARAM>(ui->font), FALSE);
     return TRUE;
+}
+
+static bool current_jumper(void* panel, int32_t* bib, const char** name, const char** club) {
+    return jumper_panel_current(static_cast<const JumperPanel*>(panel), bib, name, club);
+}
+
+static void create_preview_tab(UiContext* ui) {
+    preview_create(&ui->preview, ui->window, ui->instance, &ui->sync, ui->settings, ui->settings_path);
+    jumper_panel_create(&ui->jumpers, ui->window, ui->instance, &ui->sync);
+    ui->preview.jumpers_context = &ui->jumpers;
+    ui->preview.jumpers_width = kJumperPanelWidth;
+    ui->preview.current_jumper = current_jumper;
+    ui->preview.place_jumpers = [](void* panel, const RECT& area) {
+        jumper_panel_layout(static_cast<JumperPanel*>(panel), area);
+    };
+    ui->preview.refresh_jumpers = [](void* panel) { jumper_panel_refresh(static_cast<JumperPanel*>(panel)); };
+    preview_set_divider(&ui->preview, ui->window_state.preview_panel_width);
+    jumper_panel_auto_load(&ui->jumpers, ui->settings_path);
 }
 
 void main_window_create_children(UiContext* ui) {
@@ -77,8 +97,7 @@ void main_window_create_children(UiContext* ui) {
     feeds_tab_create(&ui->feeds, ui->window, ui->instance);
     feeds_tab_show_settings(&ui->feeds, ui->settings);
     processes_tab_create(&ui->process_tab, ui->window, ui->instance);
-    preview_create(&ui->preview, ui->window, ui->instance, &ui->sync, ui->settings, ui->settings_path);
-    preview_set_divider(&ui->preview, ui->window_state.preview_panel_width);
+    create_preview_tab(ui);
     create_settings_tab(ui);
     create_grid_button(ui);
     ui->status = CreateWindowExA(0, STATUSCLASSNAMEA, "", WS_CHILD | WS_VISIBLE | SBARS_SIZEGRIP, 0, 0, 0, 0,
@@ -91,7 +110,7 @@ void main_window_create_children(UiContext* ui) {
     const int height = -MulDiv(9, 96, 72);  // 9 points; the system scales what we draw to the screen's density
     ui->font = CreateFontA(height, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_DEFAULT_PRECIS,
                            CLIP_DEFAULT_PRECIS, CLEARTYPE_QUALITY, DEFAULT_PITCH | FF_SWISS, "Segoe UI");
-    EnumChildWindows(ui->window, set_font, reinterpret_cast<LPARAM>(ui->font));
+    EnumChildWindows(ui->window, set_font, reinterpret_cast<LPARAM>(ui));
 }
 
 void main_window_layout(UiContext* ui) {
@@ -137,6 +156,7 @@ void main_window_refresh_feeds_tab(UiContext* ui) {
 void main_window_select_tab(UiContext* ui, int32_t tab) {
     ui->current_tab = tab;
     preview_set_active(&ui->preview, tab == kTabPreview);
+    jumper_panel_show(&ui->jumpers, tab == kTabPreview);
     processes_tab_show(&ui->process_tab, tab == kTabProcesses);
     feeds_tab_show(&ui->feeds, tab == kTabFeeds);
     ShowWindow(ui->settings_note, tab == kTabSettings ? SW_SHOWNA : SW_HIDE);

@@ -8,7 +8,6 @@
 namespace {
 
 constexpr int32_t kMaxScreens = 16;
-constexpr int32_t kJumperPanelWidth = 280;  // the jumper panel never keeps another width
 
 struct Screens {
     ScreenRect work_area[kMaxScreens];

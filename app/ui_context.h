@@ -19,6 +19,7 @@
 #include "app/settings_location.h"
 #include "app/window_state.h"
 #include "ipc/sync_set.h"
+#include "jumpers/jumper_panel.h"
 #include "preview/preview_panel.h"
 #include "procs/process_manager.h"
 #include "procs/readiness.h"
@@ -64,6 +65,7 @@ struct UiContext {
 
     IpcSyncSet sync = {};
     PreviewPanel preview = {};
+    JumperPanel jumpers = {};
     FeedsTab feeds = {};
     ProcessesTab process_tab = {};
 

@@ -55,4 +55,6 @@ struct PicturePlaces {
 // The divider keeps 400 pixels to the left edge and 186 to the right one; where both cannot be had, the left wins.
 int32_t clamp_divider(const PictureArea& area);
 PicturePlaces place_pictures(const PictureArea& area);
+// Where the jumper list stands: right of the divider, as wide as it is where there is room, down to the area's end.
+PlaceRect place_jumper_list(const PictureArea& area, const PicturePlaces& places, int32_t width);
 bool hits_divider(const PicturePlaces& places, int32_t x, int32_t y);

@@ -65,7 +65,7 @@ static void draw_caption(const PreviewPanel* panel, HDC dc) {
     int32_t bib = 0;
     const char* name = nullptr;
     const char* club = nullptr;
-    if (!panel->current_jumper || !panel->current_jumper(panel->current_jumper_context, &bib, &name, &club)) return;
+    if (!panel->current_jumper || !panel->current_jumper(panel->jumpers_context, &bib, &name, &club)) return;
     char caption[kJumperCaptionSize];
     format_jumper_caption(caption, bib, name, club);
     const PlaceRect& pane = panel->places.pane[kCombinedPane].screen;

@@ -76,14 +76,24 @@ int32_t preview_create(PreviewPanel* panel, HWND main_window, HINSTANCE instance
     return 0;
 }
 
+static void place_jumpers(PreviewPanel* panel, const PictureArea& area) {
+    if (!panel->place_jumpers) return;
+    const PlaceRect place = place_jumper_list(area, panel->places, panel->jumpers_width);
+    RECT rect = {place.left, place.top, place.right, place.bottom};
+    MapWindowPoints(panel->window, panel->main_window, reinterpret_cast<POINT*>(&rect), 2);
+    panel->place_jumpers(panel->jumpers_context, rect);
+}
+
 void preview_place_pictures(PreviewPanel* panel) {
     RECT client;
     if (!panel->window || !GetClientRect(panel->window, &client) || client.right <= 0) return;
-    panel->places = place_pictures(
-        {0, 0, static_cast<int32_t>(client.right), static_cast<int32_t>(client.bottom), panel->divider});
+    const PictureArea area = {0, 0, static_cast<int32_t>(client.right), static_cast<int32_t>(client.bottom),
+                              panel->divider};
+    panel->places = place_pictures(area);
     for (int32_t i = 0; i < kPaneCount; ++i) {
         size_bitmap(&panel->pane[i], panel->places.pane[i].bitmap_width, panel->places.pane[i].bitmap_height);
     }
+    place_jumpers(panel, area);
 }
 
 // After a move of the divider or the window: new bitmaps at once, not only with the next frame.

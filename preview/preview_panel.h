@@ -46,6 +46,11 @@ struct PreviewPane {
 // Who is jumping now; false when nobody. The texts belong to the callee and stay valid until the next call.
 using CurrentJumper = bool (*)(void* context, int32_t* bib, const char** name, const char** club);
 
+// The jumper list stands beside the pictures but belongs to somebody else: the preview tells where it is to stand, in
+// main window coordinates, and lets it update itself before each paint.
+using PlaceJumpers = void (*)(void* context, const RECT& area);
+using RefreshJumpers = void (*)(void* context);
+
 // Some 2.8 MB: lives in the UI context, never on the stack, and starts as zeros.
 struct PreviewPanel {
     HWND main_window;
@@ -55,7 +60,10 @@ struct PreviewPanel {
     Settings* settings;
     const char* settings_path;
     CurrentJumper current_jumper;  // set by the owner of the jumper list; null: no caption
-    void* current_jumper_context;
+    PlaceJumpers place_jumpers;    // null: nothing to place
+    RefreshJumpers refresh_jumpers;
+    void* jumpers_context;  // of all three
+    int32_t jumpers_width;  // wanted, in pixels
 
     SharedRegion control;
     SharedRegion channel[kFeedCount][kChannelCount];  // [f][0] is the pane's own

@@ -108,6 +108,7 @@ void preview_refresh(PreviewPanel* panel) {
     // and what is left is the one refresh a second that ends every reconnect.
     preview_retry_control_block(panel);
     preview_render(panel);
+    if (panel->refresh_jumpers) panel->refresh_jumpers(panel->jumpers_context);
     preview_repaint(panel);
 }
 
