@@ -2,20 +2,11 @@
 
 #include <shellapi.h>
 
-#include <cstring>
-
+#include "app/file_exists.h"
 #include "app/help_search.h"
 #include "app/log.h"
 
-static bool file_exists(void* /*context*/, const char* path) {
-    return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES;
-}
-
-int32_t help_page_open(HWND owner, const char* page) {
-    char exe_dir[MAX_PATH] = "";
-    GetModuleFileNameA(nullptr, exe_dir, sizeof exe_dir);
-    if (char* cut = strrchr(exe_dir, '\\')) *cut = '\0';
-
+int32_t help_page_open(HWND owner, const char* exe_dir, const char* page) {
     char path[2 * MAX_PATH];
     if (help_page_find(exe_dir, page, file_exists, nullptr, path, sizeof path) != 0) {
         log_warn("help: no page \"%s\" below %s", page, exe_dir);

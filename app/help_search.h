@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-using FileExists = bool (*)(void* context, const char* path);
+#include "app/file_exists.h"
 
 // Writes the path of the first existing copy of `page` ("index.html") to `path`, terminated. `exe_dir` has no
 // trailing backslash. Returns 0; -1, with `path` untouched, when there is none or it does not fit.

@@ -7,6 +7,7 @@
 
 #include "app/command_line.h"
 #include "app/crash_report.h"
+#include "app/file_exists.h"
 #include "app/log.h"
 #include "app/main_window.h"
 #include "app/settings_location.h"
@@ -27,10 +28,6 @@ static void print_usage() {
     if (!redirected && AttachConsole(ATTACH_PARENT_PROCESS) && !freopen("CONOUT$", "w", stdout)) return;
     printf("%s", usage_text());
     fflush(stdout);
-}
-
-static bool file_exists(const char* path, void* /*context*/) {
-    return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES;
 }
 
 static void find_settings(const CommandLine& command_line, char path[kSettingsPathSize]) {

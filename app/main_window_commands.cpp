@@ -57,7 +57,7 @@ static void on_load_jumpers(UiContext* ui, int32_t /*offset*/) {
 }
 
 static void on_help(UiContext* ui, int32_t /*offset*/) {
-    help_page_open(ui->window, "index.html");
+    help_page_open(ui->window, ui->exe_dir, "index.html");
 }
 
 static void on_about(UiContext* ui, int32_t /*offset*/) {
@@ -123,5 +123,5 @@ void main_window_command(UiContext* ui, int32_t id) {
 }
 
 void main_window_open_help(UiContext* ui) {
-    help_page_open(ui->window, ui->current_tab == kTabSettings ? "settings.html" : "index.html");
+    help_page_open(ui->window, ui->exe_dir, ui->current_tab == kTabSettings ? "settings.html" : "index.html");
 }

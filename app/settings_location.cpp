@@ -6,8 +6,7 @@
 
 static constexpr char kFileName[] = "settings.txt";
 
-void resolve_settings_path(const char* exe_path, const char* positional,
-                           bool (*file_exists)(const char* path, void* context), void* context,
+void resolve_settings_path(const char* exe_path, const char* positional, FileExists exists, void* context,
                            char out[kSettingsPathSize]) {
     std::string directory = exe_path ? exe_path : "";
     for (int32_t level = 0; level < kSettingsSearchDirectories; ++level) {
@@ -15,7 +14,7 @@ void resolve_settings_path(const char* exe_path, const char* positional,
         if (cut == std::string::npos) break;
         directory.resize(cut);
         const std::string candidate = directory + "\\" + kFileName;
-        if (candidate.size() >= kSettingsPathSize || !file_exists(candidate.c_str(), context)) continue;
+        if (candidate.size() >= kSettingsPathSize || !exists(context, candidate.c_str())) continue;
         snprintf(out, kSettingsPathSize, "%s", candidate.c_str());
         return;
     }

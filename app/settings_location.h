@@ -5,14 +5,15 @@
 
 #include <cstdint>
 
+#include "app/file_exists.h"
+
 inline constexpr int32_t kSettingsPathSize = 260;
 inline constexpr int32_t kSettingsSearchDirectories = 5;  // the executable's own and its four nearest ancestors
 
 // Writes the path to use to `out`, at most 259 bytes. `exe_path` is the executable's full path with backslashes;
-// `positional` the command line's file, null or empty for none. `file_exists` is asked with `context` as its second
-// argument. A directory whose settings.txt would not fit is passed over.
-void resolve_settings_path(const char* exe_path, const char* positional,
-                           bool (*file_exists)(const char* path, void* context), void* context,
+// `positional` the command line's file, null or empty for none. `exists` is asked with `context`. A directory whose
+// settings.txt would not fit is passed over.
+void resolve_settings_path(const char* exe_path, const char* positional, FileExists exists, void* context,
                            char out[kSettingsPathSize]);
 
 // Writes the directory of a settings path to `out`, without its last backslash except for a root: "C:" alone would

@@ -7,6 +7,7 @@
 #include <memory>
 #include <new>
 
+#include "app/file_exists.h"
 #include "app/log.h"
 #include "ipc/scoped_handle.h"
 #include "ipc/sync_objects.h"
@@ -90,7 +91,7 @@ int32_t jumper_panel_load_interactive(JumperPanel* panel) {
 void jumper_panel_auto_load(JumperPanel* panel, const char* settings_path) {
     char path[kJumperPathSize];
     if (!jumper_auto_load_path(settings_path, path)) return;
-    if (GetFileAttributesA(path) == INVALID_FILE_ATTRIBUTES) return;
+    if (!file_exists(nullptr, path)) return;
     const int32_t count = jumper_panel_load(panel, path);
     if (count >= 0) log_info("auto-loaded %d jumpers from %s", count, path);
 }

@@ -15,7 +15,7 @@ struct FakeDisk {
 
 }  // namespace
 
-static bool on_fake_disk(const char* path, void* context) {
+static bool on_fake_disk(void* context, const char* path) {
     auto* disk = static_cast<FakeDisk*>(context);
     disk->asked.emplace_back(path);
     return disk->files.contains(path);
