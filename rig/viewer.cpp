@@ -40,13 +40,18 @@ static void load_settings(Viewer* viewer) {
         worker_log(&viewer->worker, "cannot read %s, the grid stays as it is", viewer->settings_path);
 }
 
+// To be asked under the grid's mutex.
+static bool click_is_awaited(const ControlBlock* control) {
+    return shared_load(control->grid_setup_active) != 0 && shared_load(control->grid_click_wait) != 0 &&
+           shared_load(control->grid_click_ready) == 0;
+}
+
 // Which feed the console wants a click on, and whether the grid has changed.
 static void follow_grid(Viewer* viewer) {
     Worker* worker = &viewer->worker;
     ControlBlock* control = worker->control;
     worker_lock(worker, kMutexGrid);
-    const bool asked = shared_load(control->grid_setup_active) != 0 && shared_load(control->grid_click_wait) != 0 &&
-                       shared_load(control->grid_click_ready) == 0;
+    const bool asked = click_is_awaited(control);
     const uint32_t feed = shared_load(control->grid_feed);
     const uint32_t generation = shared_load(control->grid_generation);
     worker_unlock(worker, kMutexGrid);
@@ -160,12 +165,13 @@ static void refresh(HWND window, Viewer* viewer) {
 // Hands a click to the console when it still waits for one on the feed that is shown.
 static void take_click(Viewer* viewer, ViewPoint click) {
     ViewPoint point{};
-    if (viewer->asked_feed == kNoFeed || !view_click(click, &point)) return;
+    // Without a picture there is nothing that the operator could have pointed at.
+    if (viewer->asked_feed == kNoFeed || viewer->top != viewer->asked_feed || !view_click(click, &point)) return;
     Worker* worker = &viewer->worker;
     ControlBlock* control = worker->control;
     worker_lock(worker, kMutexGrid);
-    const bool wanted = shared_load(control->grid_click_wait) != 0 && shared_load(control->grid_click_ready) == 0 &&
-                        shared_load(control->grid_feed) == static_cast<uint32_t>(viewer->asked_feed);
+    const bool wanted =
+        click_is_awaited(control) && shared_load(control->grid_feed) == static_cast<uint32_t>(viewer->asked_feed);
     if (wanted) {
         shared_store(control->grid_click_x, point.x);
         shared_store(control->grid_click_y, point.y);

@@ -305,25 +305,42 @@ TEST_F(RigWorkers, VideogenLeavesTheStartListAloneWhenNoPracticePlayerRuns) {
 }
 
 TEST_F(RigWorkers, ViewerHandsTheClickOverInPicturePixels) {
+    for (int32_t frame = 0; frame < 3; ++frame) write_frame(-1);
     start("viewer.exe", "");
     ASSERT_TRUE(wait_until([&] { return shared_load(control->viewer_state) == kWorkerReady; }));
     HWND window = nullptr;
     ASSERT_TRUE(wait_until([&] { return (window = FindWindowA("OrveklineViewer", nullptr)) != nullptr; }));
-    PostMessageA(window, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(30, 40));
-    Sleep(300);
-    EXPECT_EQ(shared_load(control->grid_click_ready), 0u) << "nobody asked";
+    const auto asks_for = [&](const char* what) {
+        char title[64] = "";
+        return wait_until([&] {
+            GetWindowTextA(window, title, sizeof title);
+            return strstr(title, what) != nullptr;
+        });
+    };
+    const auto click_is_ignored = [&] {
+        PostMessageA(window, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(30, 40));
+        SendMessageA(window, WM_NULL, 0, 0);
+        Sleep(200);
+        return shared_load(control->grid_click_ready) == 0;
+    };
+    EXPECT_TRUE(click_is_ignored()) << "nobody asked";
 
-    control->grid_feed = 1;
-    control->grid_click_wait = 1;
+    shared_store(control->grid_feed, 0u);
+    shared_store(control->grid_click_wait, 1u);
+    EXPECT_TRUE(click_is_ignored()) << "the console's panel is closed";
     shared_store(control->grid_setup_active, 1u);
-    char title[64] = "";
-    EXPECT_TRUE(wait_until([&] {
-        GetWindowTextA(window, title, sizeof title);
-        return strstr(title, "click in feed 1") != nullptr;
-    })) << title;
+    ASSERT_TRUE(asks_for("click in feed 0"));
+    EXPECT_TRUE(click_is_ignored()) << "feed 0 has no picture to click at";
+
+    shared_store(control->grid_feed, 1u);
+    ASSERT_TRUE(asks_for("click in feed 1"));
     PostMessageA(window, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(300, 269));
     ASSERT_TRUE(wait_until([&] { return shared_load(control->grid_click_ready) == 1; }));
     EXPECT_EQ(shared_load(control->grid_click_x), 600);
     EXPECT_EQ(shared_load(control->grid_click_y), 538);
+    shared_store(control->grid_click_x, -1);
+    PostMessageA(window, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(10, 10));
+    Sleep(200);
+    EXPECT_EQ(shared_load(control->grid_click_x), -1) << "one answer for one question";
     EXPECT_EQ(leave(), 0u);
 }
