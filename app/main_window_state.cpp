@@ -2,19 +2,8 @@
 #include <cstring>
 
 #include "app/main_window_parts.h"
+#include "app/screen_areas.h"
 #include "app/ui_context.h"
-#include "app/window_placement.h"
-
-namespace {
-
-constexpr int32_t kMaxScreens = 16;
-
-struct Screens {
-    ScreenRect work_area[kMaxScreens];
-    int32_t count;
-};
-
-}  // namespace
 
 void main_window_load_state(UiContext* ui) {
     const char* cut = strrchr(ui->settings_path, '\\');
@@ -25,28 +14,10 @@ void main_window_load_state(UiContext* ui) {
     window_state_load(ui->window_state_path, &ui->window_state);
 }
 
-static BOOL CALLBACK add_screen(HMONITOR monitor, HDC /*dc*/, LPRECT /*rect*/, LPARAM param) {
-    auto* screens = reinterpret_cast<Screens*>(param);
-    MONITORINFO info = {};
-    info.cbSize = sizeof info;
-    if (GetMonitorInfoA(monitor, &info) && screens->count < kMaxScreens) {
-        const RECT& area = info.rcWork;
-        screens->work_area[screens->count++] = {area.left, area.top, area.right, area.bottom};
-    }
-    return TRUE;
-}
-
 WindowPlace main_window_start_place(const UiContext* ui) {
     const WindowState& state = ui->window_state;
     WindowPlace place = {CW_USEDEFAULT, CW_USEDEFAULT, state.width, state.height};
-    if (!state.loaded) return place;
-    Screens screens = {};
-    EnumDisplayMonitors(nullptr, nullptr, add_screen, reinterpret_cast<LPARAM>(&screens));
-    const int64_t right = int64_t{state.x} + state.width;
-    const int64_t bottom = int64_t{state.y} + state.height;
-    if (right > INT32_MAX || bottom > INT32_MAX) return place;
-    const ScreenRect wanted = {state.x, state.y, static_cast<int32_t>(right), static_cast<int32_t>(bottom)};
-    if (window_is_reachable(wanted, screens.work_area, screens.count)) {
+    if (state.loaded && saved_place_is_reachable(state.x, state.y, state.width, state.height)) {
         place.x = state.x;
         place.y = state.y;
     }
