@@ -1,5 +1,6 @@
 #include "app/commands.h"
 #include "app/help_pages.h"
+#include "app/log.h"
 #include "app/main_window_parts.h"
 #include "app/ui_context.h"
 #include "procs/feed_orchestration.h"
@@ -56,6 +57,30 @@ static void on_load_jumpers(UiContext* ui, int32_t /*offset*/) {
     if (ui->cli.mode == kModeInteractive) jumper_panel_load_interactive(&ui->jumpers);
 }
 
+static void redisplay_settings(void* context) {
+    auto* ui = static_cast<UiContext*>(context);
+    feeds_tab_show_settings(&ui->feeds, ui->settings);
+}
+
+static void on_grid_lines(UiContext* ui, int32_t /*offset*/) {
+    if (ui->grid.window) {
+        grid_panel_bring_to_front(&ui->grid);
+        return;
+    }
+    const bool attended = ui->cli.mode == kModeInteractive;
+    ControlBlock* control = ui_control_block(ui);
+    if (control) {
+        grid_panel_open(&ui->grid, ui->window, ui->settings, control, &ui->sync, ui->settings_path,
+                        {redisplay_settings, ui, attended});
+        return;
+    }
+    log_warn("grid line setup: shared memory not available");
+    if (attended) {
+        MessageBoxA(ui->window, "Shared memory not available.\nStart at least one process first.", "Grid Line Setup",
+                    MB_OK | MB_ICONWARNING);
+    }
+}
+
 static void on_help(UiContext* ui, int32_t /*offset*/) {
     help_page_open(ui->window, ui->exe_dir, "index.html");
 }
@@ -108,6 +133,7 @@ constexpr CommandEntry kCommands[] = {
     {kCmdRoundDown, 1, on_round_down},
     {kCmdRoundUp, 1, on_round_up},
     {kCmdLoadJumpers, 1, on_load_jumpers},
+    {kCmdGridLines, 1, on_grid_lines},
     {kCmdHelp, 1, on_help},
     {kCmdAbout, 1, on_about},
     {kCmdSaveSettings, 1, on_save_settings},
@@ -118,6 +144,8 @@ constexpr CommandEntry kCommands[] = {
 
 void main_window_command(UiContext* ui, int32_t id) {
     if (preview_command(&ui->preview, id)) return;
+    // The panel's Exit carries the number that Ctrl+S sends here: saving must not close it.
+    if (id != kCmdSaveSettings && grid_panel_command(&ui->grid, id)) return;
     for (const CommandEntry& entry : kCommands)
         if (id >= entry.first && id < entry.first + entry.count) return entry.handle(ui, id - entry.first);
 }

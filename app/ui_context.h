@@ -20,6 +20,7 @@
 #include "app/window_state.h"
 #include "ipc/sync_set.h"
 #include "jumpers/jumper_panel.h"
+#include "preview/grid_panel.h"
 #include "preview/preview_panel.h"
 #include "procs/process_manager.h"
 #include "procs/readiness.h"
@@ -66,6 +67,7 @@ struct UiContext {
     IpcSyncSet sync = {};
     PreviewPanel preview = {};
     JumperPanel jumpers = {};
+    GridPanel grid = {};
     FeedsTab feeds = {};
     ProcessesTab process_tab = {};
 
