@@ -4,6 +4,7 @@
 #include "app/main_window_parts.h"
 #include "app/ui_context.h"
 #include "procs/feed_orchestration.h"
+#include "procs/force_video.h"
 #include "settings/settings_file.h"
 #include "settings/settings_values.h"
 
@@ -44,6 +45,10 @@ static void on_start_viewer(UiContext* ui, int32_t /*offset*/) {
 }
 static void on_stop_viewer(UiContext* ui, int32_t /*offset*/) {
     stop_worker(ui, kKindViewer, -1);
+}
+
+static void on_force_video(UiContext* ui, int32_t /*offset*/) {
+    force_video(ui);
 }
 
 static void on_round_down(UiContext* ui, int32_t /*offset*/) {
@@ -130,6 +135,7 @@ constexpr CommandEntry kCommands[] = {
     {kCmdFeedButton, 3, toggle_feed_motion},
     {kCmdLaunchPractice, 1, on_launch_practice},
     {kCmdGoLive, 1, on_go_live},
+    {kCmdForceVideo, 1, on_force_video},
     {kCmdRoundDown, 1, on_round_down},
     {kCmdRoundUp, 1, on_round_up},
     {kCmdLoadJumpers, 1, on_load_jumpers},

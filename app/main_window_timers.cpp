@@ -3,6 +3,7 @@
 #include "app/timers.h"
 #include "app/ui_context.h"
 #include "procs/feed_orchestration.h"
+#include "procs/force_video.h"
 
 static void on_process_poll(UiContext* ui) {
     procmgr_poll(ui->processes);
@@ -27,10 +28,11 @@ struct TimerEntry {
 };
 
 constexpr TimerEntry kTimers[] = {
-    {kTimerProcessPoll, on_process_poll},      {kTimerPreview, on_preview},
-    {kTimerReadinessWait, readiness_tick},     {kTimerCliKickoff, cli_kickoff_tick},
-    {kTimerCliMonitor, practice_monitor_tick}, {kTimerCaptureKickoff, capture_kickoff_tick},
-    {kTimerMotionResume, motion_resume_tick},  {kTimerSaveWindowState, on_save_window_state},
+    {kTimerProcessPoll, on_process_poll},          {kTimerPreview, on_preview},
+    {kTimerReadinessWait, readiness_tick},         {kTimerCliKickoff, cli_kickoff_tick},
+    {kTimerCliMonitor, practice_monitor_tick},     {kTimerCaptureKickoff, capture_kickoff_tick},
+    {kTimerMotionResume, motion_resume_tick},      {kTimerForceVideoWait, force_video_wait_tick},
+    {kTimerSaveWindowState, on_save_window_state},
 };
 
 }  // namespace

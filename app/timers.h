@@ -24,4 +24,5 @@ inline constexpr uint32_t kReadinessTickMs = 500;
 inline constexpr uint32_t kCliKickoffMs = 500;
 inline constexpr uint32_t kCliMonitorMs = 1000;
 inline constexpr uint32_t kMotionPauseMs = 2000;
+inline constexpr uint32_t kForceVideoTickMs = 500;
 inline constexpr uint32_t kSaveWindowStateMs = 2000;

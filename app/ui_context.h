@@ -22,6 +22,7 @@
 #include "jumpers/jumper_panel.h"
 #include "preview/grid_panel.h"
 #include "preview/preview_panel.h"
+#include "procs/force_video_step.h"
 #include "procs/process_manager.h"
 #include "procs/readiness.h"
 #include "settings/settings.h"
@@ -72,6 +73,7 @@ struct UiContext {
     ProcessesTab process_tab = {};
 
     ReadinessWait readiness = {};
+    ForceVideoWait force_video = {};
     bool auto_sync_on_resume = false;
 
     CliState cli = {};

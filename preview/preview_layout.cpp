@@ -24,7 +24,7 @@ constexpr PreviewButton kPreviewButtons[kPreviewButtonCount] = {
     {kCmdFeedButton, "Feed 0", 360, 10, 60, 28, 0, true},
     {kCmdFeedButton + 1, "Feed 1", 430, 10, 60, 28, 0, true},
     {kCmdFeedButton + 2, "Feed 2", 500, 10, 60, 28, 0, true},
-    {kCmdForceVideo, "Force Video", 470, 4, 100, 28, 0, false},
+    {kCmdForceVideo, "Force Video", 470, 4, 100, 28, 0, true},
     {kCmdSyncFeeds, "Sync Feeds", kFlowPlace, 0, 100, 28, 1, false},
     {kCmdHighlight, "Highlight ON", kFlowPlace, 0, 100, 28, 2, true},
     {kCmdLogOn, "Log On", kFlowPlace, 0, 80, 28, 3, true},

@@ -284,7 +284,7 @@ TEST_F(Preview, EveryButtonHasItsTextAndSizeAndTheTopRowItsPlaces) {
         {711, "Set Region 1", 80, 20, false, -1},
         {712, "Set Region 2", 80, 20, false, -1},
         {713, "Save Regions", 90, 20, false, -1},
-        {714, "Force Video", 100, 28, false, -1},
+        {714, "Force Video", 100, 28, true, -1},
         {715, "Sync Feeds", 100, 28, false, -1},
         {716, "Highlight ON", 100, 28, true, -1},
         {717, "Log On", 80, 28, true, -1},
