@@ -82,7 +82,6 @@ static void create_preview_tab(UiContext* ui) {
     preview_create(&ui->preview, ui->window, ui->instance, &ui->sync, ui->settings, ui->settings_path);
     jumper_panel_create(&ui->jumpers, ui->window, ui->instance, &ui->sync);
     ui->preview.jumpers_context = &ui->jumpers;
-    ui->preview.jumpers_width = kJumperPanelWidth;
     ui->preview.current_jumper = current_jumper;
     ui->preview.place_jumpers = [](void* panel, const RECT& area) {
         jumper_panel_layout(static_cast<JumperPanel*>(panel), area);

@@ -18,7 +18,8 @@
 #include "jumpers/jumper_list.h"
 
 inline constexpr int32_t kJumperControlCount = 6;
-inline constexpr int32_t kJumperPanelWidth = 280;  // it never keeps another width
+// Before the first layout, which gives it the room beside the divider; and the width that is kept, whatever it has.
+inline constexpr int32_t kJumperPanelWidth = 280;
 
 // Starts as zeros.
 struct JumperPanel {

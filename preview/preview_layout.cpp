@@ -121,11 +121,11 @@ PicturePlaces place_pictures(const PictureArea& area) {
     return places;
 }
 
-PlaceRect place_jumper_list(const PictureArea& area, const PicturePlaces& places, int32_t width) {
+PlaceRect place_jumper_list(const PictureArea& area, const PicturePlaces& places) {
     const int32_t left = places.divider_bar.right;
     const int32_t least = kDividerRightRoom - kDividerWidth;
-    const int32_t room = std::max(area.left + area.width - left, least);
-    return {left, area.top, left + std::min(width, room), area.top + std::max(area.height, 0)};
+    const int32_t right = std::max(area.left + area.width, left + least);
+    return {left, area.top, right, area.top + std::max(area.height, 0)};
 }
 
 bool hits_divider(const PicturePlaces& places, int32_t x, int32_t y) {

@@ -55,6 +55,7 @@ struct PicturePlaces {
 // The divider keeps 400 pixels to the left edge and 186 to the right one; where both cannot be had, the left wins.
 int32_t clamp_divider(const PictureArea& area);
 PicturePlaces place_pictures(const PictureArea& area);
-// Where the jumper list stands: right of the divider, as wide as it is where there is room, down to the area's end.
-PlaceRect place_jumper_list(const PictureArea& area, const PicturePlaces& places, int32_t width);
+// Where the jumper list stands: all that is right of the divider, so that moving the divider is how an operator gets
+// to see all its columns. At least 180 pixels wide, which only an area too narrow for pictures and list cuts off.
+PlaceRect place_jumper_list(const PictureArea& area, const PicturePlaces& places);
 bool hits_divider(const PicturePlaces& places, int32_t x, int32_t y);

@@ -78,7 +78,7 @@ int32_t preview_create(PreviewPanel* panel, HWND main_window, HINSTANCE instance
 
 static void place_jumpers(PreviewPanel* panel, const PictureArea& area) {
     if (!panel->place_jumpers) return;
-    const PlaceRect place = place_jumper_list(area, panel->places, panel->jumpers_width);
+    const PlaceRect place = place_jumper_list(area, panel->places);
     RECT rect = {place.left, place.top, place.right, place.bottom};
     MapWindowPoints(panel->window, panel->main_window, reinterpret_cast<POINT*>(&rect), 2);
     panel->place_jumpers(panel->jumpers_context, rect);

@@ -63,7 +63,6 @@ struct PreviewPanel {
     PlaceJumpers place_jumpers;    // null: nothing to place
     RefreshJumpers refresh_jumpers;
     void* jumpers_context;  // of all three
-    int32_t jumpers_width;  // wanted, in pixels
 
     SharedRegion control;
     SharedRegion channel[kFeedCount][kChannelCount];  // [f][0] is the pane's own

@@ -209,25 +209,24 @@ TEST(PreviewLayout, AnAreaLowerThan100PixelsHasNoDividerToHit) {
     EXPECT_FALSE(hits_divider(places, 702, 0));
 }
 
-TEST(PreviewLayout, TheJumperListStandsRightOfTheDividerDownToTheEnd) {
+TEST(PreviewLayout, TheJumperListTakesAllThatIsRightOfTheDivider) {
     const PictureArea area = {10, 20, 1600, 800, 700};
-    const PlaceRect list = place_jumper_list(area, place_pictures(area), 280);
+    const PlaceRect list = place_jumper_list(area, place_pictures(area));
     EXPECT_EQ(list.left, 706);
     EXPECT_EQ(list.top, 20);
-    EXPECT_EQ(list.right, 986);
+    EXPECT_EQ(list.right, 1610);
     EXPECT_EQ(list.bottom, 820);
 }
 
-TEST(PreviewLayout, TheJumperListIsNarrowerWhereTheWindowEndsButNeverBelow180) {
+TEST(PreviewLayout, TheJumperListEndsWithTheWindowAndIsNeverNarrowerThan180) {
     for (int32_t divider = 400; divider <= 2000; ++divider) {
         const PictureArea area = {0, 0, 1000, 500, divider};
-        const PlaceRect list = place_jumper_list(area, place_pictures(area), 280);
-        ASSERT_LE(list.right, 1000);
+        const PlaceRect list = place_jumper_list(area, place_pictures(area));
+        ASSERT_EQ(list.right, 1000);
         ASSERT_GE(list.right - list.left, 180);
-        ASSERT_LE(list.right - list.left, 280);
     }
     const PictureArea tiny = {0, 0, 300, 50, 700};
-    const PlaceRect list = place_jumper_list(tiny, place_pictures(tiny), 280);
+    const PlaceRect list = place_jumper_list(tiny, place_pictures(tiny));
     EXPECT_EQ(list.left, 406);
     EXPECT_EQ(list.right, 586);
     EXPECT_EQ(list.bottom, 50);
