@@ -16,8 +16,7 @@ static bool is_continuation(char byte) {
     return (static_cast<uint8_t>(byte) & 0xC0) == 0x80;
 }
 
-// How much of the text to keep so that no character is left in half. Bytes that are no UTF-8 are cut anywhere.
-static size_t cut_length(std::string_view text, size_t max) {
+size_t jumper_text_cut(std::string_view text, size_t max) {
     if (text.size() <= max) return text.size();
     if (!is_continuation(text[max])) return max;
     size_t lead = max;
@@ -25,9 +24,19 @@ static size_t cut_length(std::string_view text, size_t max) {
     return static_cast<uint8_t>(text[lead]) >= 0xC2 ? lead : max;
 }
 
+// How much of a text remains when a character that was cut off at its end goes, too.
+static size_t whole_length(std::string_view text) {
+    size_t lead = text.size();
+    while (lead > 0 && text.size() - lead < 3 && is_continuation(text[lead - 1])) --lead;
+    if (lead == 0) return text.size();
+    const auto first = static_cast<uint8_t>(text[lead - 1]);
+    const size_t needed = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : first >= 0xC2 ? 2 : 1;
+    return text.size() - (lead - 1) < needed ? lead - 1 : text.size();
+}
+
 template <size_t Size>
 static void copy_text(char (&field)[Size], std::string_view text) {
-    const size_t length = cut_length(text, Size - 1);
+    const size_t length = jumper_text_cut(text, Size - 1);
     memcpy(field, text.data(), length);
     memset(field + length, 0, Size - length);
 }
@@ -54,11 +63,11 @@ static bool parse_line(std::string_view line, JumperEntry* entry) {
 }
 
 static void end_piece(JumperFileReader* reader) {
+    std::string_view line(reader->piece, static_cast<size_t>(reader->piece_length));
+    const bool is_cut = reader->piece_length == kJumperLineSize - 1 && line.back() != '\n';
+    if (is_cut) line = line.substr(0, whole_length(line));
     JumperEntry entry;
-    if (reader->count < kJumperFileCapacity &&
-        parse_line({reader->piece, static_cast<size_t>(reader->piece_length)}, &entry)) {
-        reader->entry[reader->count++] = entry;
-    }
+    if (reader->count < kJumperFileCapacity && parse_line(line, &entry)) reader->entry[reader->count++] = entry;
     reader->piece_length = 0;
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "ipc/jumper_region.h"
 
@@ -29,10 +30,14 @@ struct JumperFileReader {
 };
 
 // False when no more is wanted: the list is full or the file too long to be one. A line longer than 255 bytes counts
-// as several, cut after each 255; a NUL hides the rest of its line.
+// as several, cut after each 255 (a character cut there belongs to neither); a NUL hides the rest of its line.
 bool jumper_file_feed(JumperFileReader* reader, const char* bytes, size_t size);
 // Takes the last line, which may lack its line end.
 void jumper_file_finish(JumperFileReader* reader);
+
+// How much of a text to keep in `max` bytes so that no character is left in half. Bytes that are no UTF-8 are cut
+// anywhere.
+size_t jumper_text_cut(std::string_view text, size_t max);
 
 // The integer at the start of a text, as atoi finds it: blanks, sign, digits. 0 without digits; too large a number
 // becomes the nearest there is.

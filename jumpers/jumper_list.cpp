@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "ipc/shared_access.h"
 
@@ -21,7 +22,9 @@ static void store_text(char (&field)[Size], const char* text) {
 template <size_t Size>
 static void load_text(const char (&field)[Size], char (&text)[Size]) {
     for (size_t i = 0; i < Size; ++i) text[i] = shared_load(field[i]);
-    text[Size - 1] = '\0';
+    // Another program may have filled the field without its terminator.
+    const std::string_view all(text, Size);
+    if (all.find('\0') == std::string_view::npos) text[jumper_text_cut(all, Size - 1)] = '\0';
 }
 
 static void clear(void* from, size_t size) {

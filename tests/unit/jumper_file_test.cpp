@@ -81,6 +81,20 @@ TEST(JumperFile, ATextIsCutBetweenTwoCharacters) {
     }
 }
 
+TEST(JumperFile, ALineCutAfter255BytesKeepsNoHalfCharacter) {
+    for (const std::string character : {"ä", "€", "😀"}) {
+        for (size_t there = 1; there < character.size(); ++there) {
+            const std::string start = "7\t" + std::string(243 - there, 'n') + "\t1234567\tx";
+            ASSERT_EQ(start.size(), 255 - there);
+            EXPECT_EQ(shown(start + character + "\tc\n8\ta\tb\n"),
+                      "7|" + std::string(31, 'n') + "|1234567|x\n8|a|b|\n")
+                << there << " bytes of " << character;
+        }
+        const std::string fits = "7\t" + std::string(243 - character.size(), 'n') + "\t1234567\tx" + character;
+        EXPECT_EQ(shown(fits + "more\n"), "7|" + std::string(31, 'n') + "|1234567|x" + character + "\n") << character;
+    }
+}
+
 TEST(JumperFile, BytesThatAreNoUtf8AreCutWhereTheFieldEnds) {
     const std::string bytes(40, '\x80');
     EXPECT_EQ(shown("1\t" + bytes + "\t\n"), "1|" + bytes.substr(0, 31) + "||\n");

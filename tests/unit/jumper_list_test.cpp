@@ -102,6 +102,33 @@ TEST_F(JumperList, AFullFileFillsTheLastRecord) {
     EXPECT_EQ(at<int64_t>(102456), 0) << "behind the last record";
 }
 
+TEST_F(JumperList, ATextCutToItsFieldEndsWithAWholeCharacterInTheRegion) {
+    const std::string line = "5\t" + std::string(30, 'x') + "é\t" + std::string(29, 'y') + "€\t123456789😀\n";
+    const auto reader = std::make_unique<JumperFileReader>();
+    jumper_file_feed(reader.get(), line.data(), line.size());
+    jumper_file_finish(reader.get());
+    ASSERT_EQ(jumper_list_fill(region.get(), reader->entry, reader->count), 2);
+    const auto* record = reinterpret_cast<const char*>(region.get()) + kFirst + kRecord;
+    EXPECT_EQ(std::string(record + 4), std::string(30, 'x'));
+    EXPECT_EQ(std::string(record + 36), std::string(29, 'y'));
+    EXPECT_EQ(std::string(record + 68), "123456789");
+    for (size_t end : {36u, 68u, 80u}) EXPECT_EQ(record[end - 1], '\0') << end;
+}
+
+TEST_F(JumperList, ATextThatAnotherProgramLeftUnterminatedIsReadUpToItsLastWholeCharacter) {
+    load({5});
+    auto* record = reinterpret_cast<char*>(region.get()) + kFirst + kRecord;
+    constexpr char kName[] = "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxé";
+    constexpr char kClub[] = "yyyyyyyyyyyyyyyyyyyyyyyyyyyyyyyy";
+    static_assert(sizeof kName == 33 && sizeof kClub == 33);
+    memcpy(record + 4, kName, 32);
+    memcpy(record + 36, kClub, 32);
+    JumperRow row;
+    jumper_list_row(region.get(), 1, &row);
+    EXPECT_EQ(std::string(row.name), std::string(30, 'x'));
+    EXPECT_EQ(std::string(row.club), std::string(31, 'y'));
+}
+
 TEST_F(JumperList, RoundsStayWithinZeroAndTwo) {
     jumper_round_down(region.get());
     EXPECT_EQ(region->round, 0);
