@@ -25,6 +25,7 @@ constexpr Subcommand kSubcommands[] = {
      "  orvekctl settings get FILE KEY\n"
      "  orvekctl settings set FILE KEY VALUE\n"
      "  orvekctl settings check FILE\n"},
+    {"jumpers", orvekctl_jumpers, "  orvekctl jumpers check FILE\n"},
 #ifdef _WIN32
     {"status", orvekctl_status, "  orvekctl status [--json] [--watch]\n"},
 #endif

@@ -10,6 +10,7 @@ inline constexpr int32_t kSaysNo = 1;  // the answer is no: unknown key, a findi
 inline constexpr int32_t kFailed = 2;  // bad usage, or a file that cannot be read or written
 
 int32_t orvekctl_settings(int argc, char** argv);
+int32_t orvekctl_jumpers(int argc, char** argv);
 
 #ifdef _WIN32
 int32_t orvekctl_status(int argc, char** argv);

@@ -13,6 +13,7 @@
 #include "settings/settings_values.h"
 #include "settings/text_numbers.h"
 #include "tools/orvekctl.h"
+#include "tools/printable.h"
 
 static const char* type_name(SettingType type) {
     switch (type) {
@@ -206,16 +207,7 @@ static int32_t set_value(int argc, char** argv) {
 static void print_finding(void*, const SettingsFinding& finding) {
     std::string line = std::to_string(finding.line) + "\t";
     line.append(finding.reason).append("\t");
-    for (const char c : finding.text) {
-        // What would move a terminal's cursor is shown, not obeyed; bytes from 128 on are UTF-8.
-        if ((static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7f) {
-            char escape[8];
-            snprintf(escape, sizeof escape, "\\x%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
-            line.append(escape);
-        } else {
-            line.push_back(c);
-        }
-    }
+    append_printable(&line, finding.text);
     puts(line.c_str());
 }
 
