@@ -88,6 +88,10 @@ bool installation_create(Installation* installation, const std::string& name, bo
     return complete;
 }
 
+bool installation_bring(const Installation& installation, const std::string& image) {
+    return bring(program_folder() + "\\" + image, installation_path(installation, image));
+}
+
 static uint32_t processes_in_job(HANDLE job) {
     JOBOBJECT_BASIC_ACCOUNTING_INFORMATION info = {};
     if (!QueryInformationJobObject(job, JobObjectBasicAccountingInformation, &info, sizeof info, nullptr)) return 0;

@@ -45,6 +45,9 @@ std::string installation_read(const Installation& installation, const std::strin
 // Puts a settings.txt with these lines into the folder; every other setting has its default.
 void installation_settings(const Installation& installation, std::initializer_list<const char*> lines);
 
+// Puts another program of the build into the folder.
+bool installation_bring(const Installation& installation, const std::string& image);
+
 // Puts Orvek.exe once more into a folder below ("a\\b\\c").
 bool installation_nest(const Installation& installation, const std::string& below);
 

@@ -146,6 +146,20 @@ protected:
                             reinterpret_cast<LPARAM>(wide.c_str()), SMTO_NORMAL, kPatienceMs, &ignored);
         press_in_box(IDOK);
     }
+    testing::AssertionResult row_becomes(int32_t row, const std::string& expected) const {
+        return becomes(
+            "row", [&] { return row_text(row); }, expected);
+    }
+    // Runs the rig's measuring program to its end; its exit code.
+    int32_t measure(const std::string& arguments) const {
+        HANDLE process = installation_start(installation, "measure.exe", arguments, nullptr, nullptr);
+        if (process == nullptr) return -1;
+        DWORD code = 0;
+        const bool ended = WaitForSingleObject(process, kPatienceMs) == WAIT_OBJECT_0;
+        const bool known = ended && GetExitCodeProcess(process, &code) != FALSE;
+        CloseHandle(process);
+        return known ? static_cast<int32_t>(code) : -1;
+    }
     // How many pixels of a row have this colour.
     int32_t pixels_of(int32_t row, COLORREF colour) const {
         const Picture picture = picture_of(list(), row_place(row));

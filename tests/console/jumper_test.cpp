@@ -11,7 +11,7 @@ TEST_F(Jumpers, TheControlsStandRightOfTheDividerAndGoWithTheTab) {
     const RECT place = client_place(console, list());
     const int32_t left = picture.left + 700 + 6;
     EXPECT_EQ(place.left, left);
-    EXPECT_EQ(place.right - place.left, 280);
+    EXPECT_EQ(place.right, picture.right);
     EXPECT_EQ(place.top, picture.top + 60);
     EXPECT_EQ(place.bottom, picture.bottom);
     const struct {
@@ -52,10 +52,23 @@ TEST_F(Jumpers, TheListFollowsTheDividerAndStaysInTheWindow) {
     drag(702, 500);
     EXPECT_TRUE(becomes("left edge", left, area.left + 506));
     EXPECT_EQ(client_place(console, control(console, kLoad)).left, area.left + 506 + 70);
-    EXPECT_EQ(client_place(console, list()).right, area.left + 506 + 280);
+    EXPECT_EQ(client_place(console, list()).right, area.right);
     drag(502, 3000);
     EXPECT_TRUE(becomes("left edge", left, area.right - 180));
     EXPECT_EQ(client_place(console, list()).right, area.right);
+}
+
+TEST_F(Jumpers, AllColumnsAreInSightInANewWindow) {
+    std::string full;  // more rows than fit, so that the scroll bar takes its share
+    for (int32_t i = 1; i <= 199; ++i) full += std::to_string(i) + "\tname\tclub\n";
+    start_with_list(full);
+    const RECT row = row_place(0);
+    EXPECT_EQ(row.right - row.left, 36 + 45 + 100 + 80 + 3 * 55);
+    EXPECT_GE(row.left, 0);
+    RECT client;
+    ASSERT_TRUE(GetClientRect(list(), &client));
+    EXPECT_LE(row.right, client.right);
+    EXPECT_EQ(GetWindowLongW(list(), GWL_STYLE) & WS_HSCROLL, 0);
 }
 
 TEST_F(Jumpers, TheColumnsHaveTheirTitlesWidthsAndSides) {
@@ -163,6 +176,46 @@ TEST_F(Jumpers, DistancesThatAnotherProgramMeasuresAppearByThemselves) {
     shared_store(record.result[0].valid, 0);
     EXPECT_TRUE(becomes(
         "row", [&] { return row_text(3); }, std::string("|12|Jörg Müller|SC Hinterzarten|||79.9")));
+}
+
+TEST_F(Jumpers, AMeasuringProgramsDistancesAppearWithoutATouchOfTheWindow) {
+    start_with_list(kFourJumpers);
+    ASSERT_TRUE(installation_bring(installation, "measure.exe"));
+    EXPECT_EQ(measure("12 0 101.26"), 0);
+    EXPECT_TRUE(row_becomes(3, "|12|Jörg Müller|SC Hinterzarten|101.3||"));
+    EXPECT_EQ(measure("--index 3 2 79.94"), 0);
+    EXPECT_EQ(measure("0 1 66"), 0);
+    EXPECT_TRUE(row_becomes(3, "|12|Jörg Müller|SC Hinterzarten|101.3||79.9"));
+    EXPECT_TRUE(row_becomes(0, "►|0|FORERUNNER|||66.0|"));
+    EXPECT_EQ(rows(), 5) << "measuring appends nobody";
+    EXPECT_EQ(shared_load(region->count), 5);
+    EXPECT_EQ(shared_load(region->current_index), 0);
+    EXPECT_EQ(log_count(installation, "jumper highlight: *"), 1) << "loading alone moved it";
+}
+
+TEST_F(Jumpers, ADistanceWhoseFlagIsClearLeavesItsCellEmpty) {
+    start_with_list(kFourJumpers);
+    ASSERT_TRUE(installation_bring(installation, "measure.exe"));
+    EXPECT_EQ(measure("12 1 88.0 --invalid"), 0);
+    EXPECT_EQ(measure("12 2 79.9"), 0);
+    EXPECT_TRUE(row_becomes(3, "|12|Jörg Müller|SC Hinterzarten|||79.9"));
+    EXPECT_EQ(shared_load(region->records[3].result[1].distance), 88.0f);
+    EXPECT_EQ(measure("12 2 80.5 --invalid"), 0);
+    EXPECT_TRUE(row_becomes(3, "|12|Jörg Müller|SC Hinterzarten|||"));
+}
+
+TEST_F(Jumpers, AMeasuringProgramRefusesWhomTheListDoesNotHave) {
+    installation_write(installation, "jumpers.csv", kFourJumpers);
+    ASSERT_TRUE(installation_bring(installation, "measure.exe"));
+    EXPECT_EQ(measure("12 0 90"), 1) << "no console, no list";
+    start_with({});
+    open_region();
+    const JumperRegion before = *region;
+    EXPECT_EQ(measure("7 0 90"), 1);
+    EXPECT_EQ(measure("--index 5 0 90"), 1);
+    EXPECT_EQ(measure("12 3 90"), 2);
+    EXPECT_EQ(measure(""), 2);
+    EXPECT_EQ(memcmp(region, &before, sizeof before), 0);
 }
 
 TEST_F(Jumpers, AJumperThatAnotherProgramAppendsAppearsByHimself) {
