@@ -145,6 +145,12 @@ static void paint(HWND window, Viewer* viewer) {
     EndPaint(window, &paint_area);
 }
 
+static void show_question(HWND window, const Viewer* viewer) {
+    char title[64] = "";
+    snprintf(title, sizeof title, "%s - click in feed %d", kTitle, viewer->asked_feed);
+    SetWindowTextA(window, viewer->asked_feed == kNoFeed ? kTitle : title);
+}
+
 static void refresh(HWND window, Viewer* viewer) {
     if (worker_should_exit(&viewer->worker)) {
         PostQuitMessage(0);  // the window goes with the process: destroying it can wait seconds for a window manager
@@ -152,18 +158,14 @@ static void refresh(HWND window, Viewer* viewer) {
     }
     const int32_t asked_before = viewer->asked_feed;
     follow_grid(viewer);
-    if (viewer->asked_feed != asked_before) {
-        char title[64] = "";
-        snprintf(title, sizeof title, "%s - click in feed %d", kTitle, viewer->asked_feed);
-        SetWindowTextA(window, viewer->asked_feed == kNoFeed ? kTitle : title);
-    }
+    if (viewer->asked_feed != asked_before) show_question(window, viewer);
     if (IsIconic(window)) return;
     compose(viewer);
     InvalidateRect(window, nullptr, FALSE);
 }
 
 // Hands a click to the console when it still waits for one on the feed that is shown.
-static void take_click(Viewer* viewer, ViewPoint click) {
+static void take_click(HWND window, Viewer* viewer, ViewPoint click) {
     ViewPoint point{};
     // Without a picture there is nothing that the operator could have pointed at.
     if (viewer->asked_feed == kNoFeed || viewer->top != viewer->asked_feed || !view_click(click, &point)) return;
@@ -182,6 +184,7 @@ static void take_click(Viewer* viewer, ViewPoint click) {
     worker_signal(worker, kEventGridClick);
     worker_log(worker, "click on feed %d at (%d, %d)", viewer->asked_feed, point.x, point.y);
     viewer->asked_feed = kNoFeed;
+    show_question(window, viewer);
 }
 
 static LRESULT CALLBACK window_proc(HWND window, UINT message, WPARAM wp, LPARAM lp) {
@@ -200,7 +203,7 @@ static LRESULT CALLBACK window_proc(HWND window, UINT message, WPARAM wp, LPARAM
             refresh(window, viewer);
             return 0;
         case WM_LBUTTONDOWN:
-            take_click(viewer, {static_cast<int16_t>(LOWORD(lp)), static_cast<int16_t>(HIWORD(lp))});
+            take_click(window, viewer, {static_cast<int16_t>(LOWORD(lp)), static_cast<int16_t>(HIWORD(lp))});
             return 0;
         case WM_DESTROY:
             KillTimer(window, kRefreshTimer);

@@ -338,6 +338,9 @@ TEST_F(RigWorkers, ViewerHandsTheClickOverInPicturePixels) {
     ASSERT_TRUE(wait_until([&] { return shared_load(control->grid_click_ready) == 1; }));
     EXPECT_EQ(shared_load(control->grid_click_x), 600);
     EXPECT_EQ(shared_load(control->grid_click_y), 538);
+    char title[64] = "";
+    GetWindowTextA(window, title, sizeof title);
+    EXPECT_STREQ(title, "Orvekline viewer") << "it asks no longer";
     shared_store(control->grid_click_x, -1);
     PostMessageA(window, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(10, 10));
     Sleep(200);
