@@ -23,6 +23,11 @@ void preview_unmap_sources(PreviewPanel* panel);
 void preview_retry_control_block(PreviewPanel* panel);
 void preview_load_regions(PreviewPanel* panel, int32_t feed);
 
+// frame_log_file.cpp: opens the log when it is wanted and not open; appends the refresh's row where it is; closes it.
+void preview_open_frame_log(PreviewPanel* panel);
+void preview_write_frame_log(PreviewPanel* panel);
+void preview_close_frame_log(PreviewPanel* panel);
+
 // preview_panel.cpp
 void preview_place_pictures(PreviewPanel* panel);
 void preview_set_button_text(PreviewPanel* panel, int32_t id, const char* text);

@@ -175,6 +175,7 @@ int32_t preview_panel_width(const PreviewPanel* panel) {
 void preview_destroy(PreviewPanel* panel) {
     if (!panel->created) return;
     panel->active = false;
+    preview_close_frame_log(panel);
     panel->thread.active.store(false);
     preview_thread_stop(&panel->thread);
     if (panel->timer_running) KillTimer(panel->main_window, kTimerPreview);

@@ -11,11 +11,13 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <cstdio>
 
 #include "ipc/control_block.h"
 #include "ipc/shared_region.h"
 #include "ipc/sync_set.h"
 #include "preview/frame_convert.h"
+#include "preview/frame_log.h"
 #include "preview/overlay.h"
 #include "preview/preview_layout.h"
 #include "preview/preview_thread.h"
@@ -70,7 +72,10 @@ struct PreviewPanel {
     bool combined_on_output;  // the combined pane was set up on an output region
     bool outputs_mapped;      // both
     PreviewPane pane[kPaneCount];
-    uint32_t slot[kFeedCount];  // the feeds' newest complete slots at the last refresh
+    // As the last refresh read them, 0 without a control block.
+    int32_t live_channel;       // whatever stands there, also an impossible one
+    uint32_t nw[kFeedCount];    // the feeds' write counters in it
+    uint32_t slot[kFeedCount];  // and their newest complete slots
 
     bool created;
     bool active;
@@ -83,6 +88,9 @@ struct PreviewPanel {
     bool dragging;
     PicturePlaces places;              // in coordinates of the picture area
     HWND button[kPreviewButtonCount];  // as kPreviewButtons
+
+    FrameLog frame_log;
+    FILE* frame_log_file;  // null while it is not open
 
     bool highlight_on;
     bool log_on;

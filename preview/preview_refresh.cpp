@@ -23,14 +23,15 @@ static PaneBitmap bitmap_of(PreviewPane* pane) {
 
 // Moves the feed panes to the live channel and finds their newest complete slots.
 static void follow_counters(PreviewPanel* panel, const ControlBlock* control) {
-    int32_t channel = locked_load(panel->sync, kMutexChannel, control->channel);
-    if (channel < 0 || channel >= kChannelCount) channel = 0;
+    panel->live_channel = locked_load(panel->sync, kMutexChannel, control->channel);
+    const int32_t channel = panel->live_channel >= 0 && panel->live_channel < kChannelCount ? panel->live_channel : 0;
     for (int32_t feed = 0; feed < kFeedCount; ++feed) {
         const void* view = panel->channel[feed][channel].view;
         if (view) panel->pane[feed].view = view;
     }
     for (int32_t feed = 0; feed < kFeedCount; ++feed) {
-        panel->slot[feed] = newest_slot(locked_load(panel->sync, kMutexNw + feed, control->feed[feed][channel].nw));
+        panel->nw[feed] = locked_load(panel->sync, kMutexNw + feed, control->feed[feed][channel].nw);
+        panel->slot[feed] = newest_slot(panel->nw[feed]);
     }
 }
 
@@ -93,10 +94,14 @@ static void render_combined(PreviewPanel* panel, const ControlBlock* control) {
     }
 }
 
-void preview_render(PreviewPanel* panel) {
-    const ControlBlock* control = preview_control_block(panel);
+static void render_feeds(PreviewPanel* panel, const ControlBlock* control) {
     if (control) follow_counters(panel, control);
     for (int32_t feed = 0; feed < kFeedCount; ++feed) render_feed(panel, control, feed);
+}
+
+void preview_render(PreviewPanel* panel) {
+    const ControlBlock* control = preview_control_block(panel);
+    render_feeds(panel, control);
     render_combined(panel, control);
 }
 
@@ -104,10 +109,14 @@ void preview_refresh(PreviewPanel* panel) {
     // Answered before the counters are read: a frame that comes from here on deserves its own message.
     panel->thread.posted.store(false);
     if (!panel->active) return;
+    preview_open_frame_log(panel);
     // Each failure is a log line, but not one per frame: without a block no worker runs that could announce frames,
     // and what is left is the one refresh a second that ends every reconnect.
     preview_retry_control_block(panel);
-    preview_render(panel);
+    const ControlBlock* control = preview_control_block(panel);
+    render_feeds(panel, control);
+    preview_write_frame_log(panel);
+    render_combined(panel, control);
     if (panel->refresh_jumpers) panel->refresh_jumpers(panel->jumpers_context);
     preview_repaint(panel);
 }
