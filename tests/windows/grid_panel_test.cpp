@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <future>
 #include <memory>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "app/window_state.h"
 #include "ipc/shared_access.h"
@@ -88,6 +91,26 @@ protected:
     }
     bool answered() {
         return pump_until([&] { return panel.waiting == 0; });
+    }
+
+    // How long the action takes while another thread sits on the mutexes.
+    template <class Action>
+    ULONGLONG ms_while_held(const std::vector<int32_t>& mutexes, Action action) {
+        std::promise<void> taken;
+        std::promise<void> done;
+        std::thread owner([&] {
+            for (const int32_t mutex : mutexes) EXPECT_EQ(ipc_lock(&sync, mutex), 0) << mutex;
+            taken.set_value();
+            done.get_future().wait();
+            for (const int32_t mutex : mutexes) ipc_unlock(&sync, mutex);
+        });
+        taken.get_future().wait();
+        const ULONGLONG start = GetTickCount64();
+        action();
+        const ULONGLONG took = GetTickCount64() - start;
+        done.set_value();
+        owner.join();
+        return took;
     }
 
     LogCapture log;
@@ -312,6 +335,29 @@ TEST_F(GridPanelWindow, ASecondPanelIsRefusedAndClosingTwiceIsHarmless) {
     grid_panel_close(&panel);
     EXPECT_FALSE(grid_panel_command(&panel, 800)) << "a closed panel claims nothing";
     EXPECT_FALSE(grid_panel_command(&panel, 1001));
+}
+
+TEST_F(GridPanelWindow, EveryStepTakesMutex20AndAHungViewerCostsASecondNotTheAnchor) {
+    std::vector<int32_t> others;
+    for (int32_t mutex = 0; mutex < kSyncObjectCount; ++mutex)
+        if (mutex != kMutexGrid) others.push_back(mutex);
+    const auto look = [&] { SendMessageA(panel.window, WM_TIMER, 1, 0); };  // the timer's tick, without its period
+    EXPECT_LT(ms_while_held(others, [&] { open(); }), 950u);
+    EXPECT_LT(ms_while_held(others, [&] { click(800); }), 950u);
+    shared_store(control.grid_click_ready, 1u);
+    EXPECT_LT(ms_while_held(others, look), 950u);
+    EXPECT_LT(ms_while_held(others, [&] { grid_panel_close(&panel); }), 950u);
+    EXPECT_EQ(control.grid_generation, 1u);
+
+    EXPECT_GE(ms_while_held({kMutexGrid}, [&] { open(); }), 950u);
+    EXPECT_EQ(control.grid_setup_active, 1u);
+    EXPECT_GE(ms_while_held({kMutexGrid}, [&] { click(801); }), 950u);
+    EXPECT_EQ(control.grid_click_wait, 1u);
+    shared_store(control.grid_click_ready, 1u);
+    EXPECT_GE(ms_while_held({kMutexGrid}, look), 1900u) << "the answer, the generation";
+    EXPECT_EQ(control.grid_generation, 2u);
+    EXPECT_GE(ms_while_held({kMutexGrid}, [&] { grid_panel_close(&panel); }), 950u);
+    EXPECT_EQ(control.grid_setup_active, 0u);
 }
 
 TEST_F(GridPanelWindow, OpeningAndClosingLeavesNothingBehind) {
