@@ -46,6 +46,10 @@ int32_t ipc_init(IpcSyncSet* set) {
     return 0;
 }
 
+bool ipc_is_open(const IpcSyncSet* set) {
+    return mutex_at(set, 0) != nullptr;
+}
+
 int32_t ipc_lock(IpcSyncSet* set, int32_t index) {
     const HANDLE mutex = mutex_at(set, index);
     if (!mutex) return -1;

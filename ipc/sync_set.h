@@ -13,6 +13,9 @@ struct IpcSyncSet {
 // Creates or opens all objects. Returns 0; on a failure, which it logs, closes what it has and returns -1.
 int32_t ipc_init(IpcSyncSet* set);
 
+// Whether the set holds its objects: ipc_init makes all of them or none.
+bool ipc_is_open(const IpcSyncSet* set);
+
 // Takes mutex `index`, waiting kLockTimeoutMs at most. Returns 0 when it is owned now, also when a dead process left
 // it; -1 on time-out, bad index or null. Callers go ahead either way: a hung worker must never freeze the console.
 int32_t ipc_lock(IpcSyncSet* set, int32_t index);

@@ -278,11 +278,7 @@ static void sync_feeds_now(UiContext* ui) {
         return;
     }
     uint32_t nw[kFeedCount];
-    read_live_nw(control, &ui->sync, nw);
-    const FeedSyncOffsets offsets = feed_sync_offsets(nw);
-    ipc_lock(&ui->sync, kMutexOutput);
-    for (int32_t f = 0; f < kFeedCount; ++f) shared_store(control->feed_sync_offset[f], offsets.offset[f]);
-    ipc_unlock(&ui->sync, kMutexOutput);
+    const FeedSyncOffsets offsets = align_feeds(control, &ui->sync, nw);
     log_info("sync feeds (auto): nw[0]=%d nw[1]=%d nw[2]=%d → offsets[0]=%d offsets[1]=%d offsets[2]=%d",
              static_cast<int32_t>(nw[0]), static_cast<int32_t>(nw[1]), static_cast<int32_t>(nw[2]), offsets.offset[0],
              offsets.offset[1], offsets.offset[2]);

@@ -19,6 +19,15 @@ int32_t read_live_nw(const ControlBlock* control, IpcSyncSet* sync, uint32_t nw[
     return channel;
 }
 
+FeedSyncOffsets align_feeds(ControlBlock* control, IpcSyncSet* sync, uint32_t nw[kFeedCount]) {
+    read_live_nw(control, sync, nw);
+    const FeedSyncOffsets offsets = feed_sync_offsets(nw);
+    ipc_lock(sync, kMutexOutput);
+    for (int32_t f = 0; f < kFeedCount; ++f) shared_store(control->feed_sync_offset[f], offsets.offset[f]);
+    ipc_unlock(sync, kMutexOutput);
+    return offsets;
+}
+
 void read_motion_idx(const ControlBlock* control, IpcSyncSet* sync, uint32_t motion_idx[kFeedCount]) {
     for (int32_t f = 0; f < kFeedCount; ++f) {
         ipc_lock(sync, kMutexMotionIdx + f);
