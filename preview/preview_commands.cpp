@@ -1,5 +1,5 @@
-// The buttons the preview answers itself. The switches among them are what the workers read from the control block;
-// none of them is saved by pressing it.
+// The buttons the preview answers itself, and the switches among them: what the workers read from the control block;
+// none of those is saved by pressing it.
 #include <windows.h>
 
 #include "app/commands.h"
@@ -9,7 +9,7 @@
 #include "preview/preview_internal.h"
 #include "settings/settings.h"
 
-static void toggle_play(PreviewPanel* panel) {
+static void toggle_play(PreviewPanel* panel, int32_t /*feed*/) {
     ControlBlock* control = preview_control_block(panel);
     if (!control) return;
     if (shared_load(control->paused) == 1) {
@@ -24,12 +24,12 @@ static void toggle_play(PreviewPanel* panel) {
     }
 }
 
-static void toggle_highlight(PreviewPanel* panel) {
+static void toggle_highlight(PreviewPanel* panel, int32_t /*feed*/) {
     panel->highlight_on = !panel->highlight_on;
     preview_set_button_text(panel, kCmdHighlight, highlight_button_text(panel->highlight_on));
 }
 
-static void toggle_log(PreviewPanel* panel) {
+static void toggle_log(PreviewPanel* panel, int32_t /*feed*/) {
     panel->log_on = !panel->log_on;
     ControlBlock* control = preview_control_block(panel);
     if (control) shared_store(control->diag_logging, uint32_t{panel->log_on});
@@ -38,7 +38,7 @@ static void toggle_log(PreviewPanel* panel) {
     log_info("diagnostic logging %s", panel->log_on ? "enabled" : "disabled");
 }
 
-static void toggle_circles(PreviewPanel* panel) {
+static void toggle_circles(PreviewPanel* panel, int32_t /*feed*/) {
     ControlBlock* control = preview_control_block(panel);
     if (!control) return;
     const bool on = shared_load(control->blob_circles) == 0;
@@ -47,7 +47,7 @@ static void toggle_circles(PreviewPanel* panel) {
     log_info("blob circle overlay %s", on ? "enabled" : "disabled");
 }
 
-static void toggle_shadow_removal(PreviewPanel* panel) {
+static void toggle_shadow_removal(PreviewPanel* panel, int32_t /*feed*/) {
     ControlBlock* control = preview_control_block(panel);
     if (!control || !panel->settings) return;
     const bool on = shared_load(control->erase_shadows_on) == 0;
@@ -58,16 +58,27 @@ static void toggle_shadow_removal(PreviewPanel* panel) {
 }
 
 bool preview_command(PreviewPanel* panel, int32_t id) {
+    // The handler gets the distance of the id from the first of its row: the feed, where there is a button per feed.
     static constexpr struct {
-        int32_t id;
-        void (*handle)(PreviewPanel*);
+        int32_t first;
+        int32_t count;
+        void (*handle)(PreviewPanel*, int32_t feed);
     } kCommands[] = {
-        {kCmdPlay, toggle_play},       {kCmdHighlight, toggle_highlight},          {kCmdLogOn, toggle_log},
-        {kCmdCircles, toggle_circles}, {kCmdShadowRemoval, toggle_shadow_removal},
+        {kCmdPlay, 1, toggle_play},
+        {kCmdSetRegion, kFeedCount, preview_edit_motion_region},
+        {kCmdSaveRegions, 1, preview_save_regions},
+        {kCmdSyncFeeds, 1, preview_sync_feeds},
+        {kCmdHighlight, 1, toggle_highlight},
+        {kCmdLogOn, 1, toggle_log},
+        {kCmdCircles, 1, toggle_circles},
+        {kCmdSaveMotionRange, 1, preview_save_motion_range},
+        {kCmdIgnoreRegion, kFeedCount, preview_edit_ignore_region},
+        {kCmdShadowRemoval, 1, toggle_shadow_removal},
+        {kCmdFeedOffset, kFeedCount, preview_adjust_offset},
     };
     for (const auto& command : kCommands) {
-        if (command.id != id) continue;
-        command.handle(panel);
+        if (id < command.first || id >= command.first + command.count) continue;
+        command.handle(panel, id - command.first);
         return true;
     }
     return false;

@@ -31,3 +31,15 @@ void preview_close_frame_log(PreviewPanel* panel);
 // preview_panel.cpp
 void preview_place_pictures(PreviewPanel* panel);
 void preview_set_button_text(PreviewPanel* panel, int32_t id, const char* text);
+void preview_reset_button_text(PreviewPanel* panel, int32_t id);  // as at creation
+
+// preview_region_commands.cpp: the buttons; those of no feed are handed 0.
+void preview_edit_motion_region(PreviewPanel* panel, int32_t feed);
+void preview_edit_ignore_region(PreviewPanel* panel, int32_t feed);
+void preview_save_regions(PreviewPanel* panel, int32_t feed);
+void preview_save_motion_range(PreviewPanel* panel, int32_t feed);
+void preview_adjust_offset(PreviewPanel* panel, int32_t feed);
+void preview_sync_feeds(PreviewPanel* panel, int32_t feed);
+// A left click in the picture area's coordinates, and the wheel. False when nobody waited for it.
+bool preview_click(PreviewPanel* panel, int32_t x, int32_t y);
+bool preview_wheel(PreviewPanel* panel, int32_t delta);

@@ -1,5 +1,5 @@
-// The picture area: a window that paints the four panes from their bitmaps and takes the mouse for the divider.
-// Painted into an off-screen picture of the window's size first, so that nothing flickers.
+// The picture area: a window that paints the four panes from their bitmaps and takes the mouse for the editors and the
+// divider. Painted into an off-screen picture of the window's size first, so that nothing flickers.
 #include <windows.h>
 
 #include <cstdio>
@@ -155,6 +155,7 @@ static int32_t mouse_y(LPARAM lp) {
 }
 
 static bool on_left_down(PreviewPanel* panel, WPARAM, LPARAM lp, LRESULT*) {
+    if (preview_click(panel, mouse_x(lp), mouse_y(lp))) return true;
     if (!hits_divider(panel->places, mouse_x(lp), mouse_y(lp))) return false;
     panel->dragging = true;
     SetCapture(panel->window);
@@ -179,6 +180,10 @@ static bool on_capture_changed(PreviewPanel* panel, WPARAM, LPARAM, LRESULT*) {
     return true;
 }
 
+static bool on_mouse_wheel(PreviewPanel* panel, WPARAM wp, LPARAM, LRESULT*) {
+    return preview_wheel(panel, static_cast<int16_t>(HIWORD(wp)));
+}
+
 static bool on_set_cursor(PreviewPanel* panel, WPARAM, LPARAM lp, LRESULT* result) {
     POINT point;
     if (LOWORD(lp) != HTCLIENT || !GetCursorPos(&point) || !ScreenToClient(panel->window, &point)) return false;
@@ -196,7 +201,7 @@ static LRESULT CALLBACK preview_proc(HWND window, UINT message, WPARAM wp, LPARA
     } kMessages[] = {
         {WM_PAINT, on_paint},          {WM_ERASEBKGND, on_erase_background}, {WM_LBUTTONDOWN, on_left_down},
         {WM_MOUSEMOVE, on_mouse_move}, {WM_LBUTTONUP, on_left_up},           {WM_CAPTURECHANGED, on_capture_changed},
-        {WM_SETCURSOR, on_set_cursor},
+        {WM_SETCURSOR, on_set_cursor}, {WM_MOUSEWHEEL, on_mouse_wheel},
     };
     if (message == WM_NCCREATE) {
         SetWindowLongPtrA(window, 0,

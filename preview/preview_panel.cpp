@@ -71,6 +71,7 @@ int32_t preview_create(PreviewPanel* panel, HWND main_window, HINSTANCE instance
     preview_window_create(panel);
     panel->highlight_on = true;
     panel->log_on = false;
+    panel->offset_feed = -1;
     for (int32_t feed = 0; feed < kFeedCount; ++feed) preview_load_regions(panel, feed);
     panel->created = true;
     return 0;
@@ -157,6 +158,10 @@ ControlBlock* preview_control_block(PreviewPanel* panel) {
 void preview_set_button_text(PreviewPanel* panel, int32_t id, const char* text) {
     const int32_t index = preview_button_index(id);
     if (index >= 0 && panel->button[index]) SetWindowTextA(panel->button[index], text);
+}
+
+void preview_reset_button_text(PreviewPanel* panel, int32_t id) {
+    preview_set_button_text(panel, id, kPreviewButtons[preview_button_index(id)].text);
 }
 
 void preview_set_play_text(PreviewPanel* panel, const char* text) {

@@ -21,6 +21,7 @@
 #include "preview/overlay.h"
 #include "preview/preview_layout.h"
 #include "preview/preview_thread.h"
+#include "preview/region_editor.h"
 
 struct Settings;
 
@@ -94,6 +95,8 @@ struct PreviewPanel {
 
     bool highlight_on;
     bool log_on;
+    RegionEditor editor;
+    int32_t offset_feed;  // whose overlay offset the wheel adjusts, or -1
 
     HFONT caption_font;
     HDC back_dc;
