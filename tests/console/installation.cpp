@@ -161,6 +161,15 @@ void installation_settings(const Installation& installation, std::initializer_li
     installation_write(installation, "settings.txt", text);
 }
 
+std::string installation_setting(const Installation& installation, const std::string& key) {
+    const std::string text = "\n" + installation_read(installation, "settings.txt");
+    const std::string start = "\n" + key + "=";
+    const size_t at = text.find(start);
+    if (at == std::string::npos) return "";
+    const size_t value = at + start.size();
+    return text.substr(value, text.find_first_of("\r\n", value) - value);
+}
+
 bool installation_nest(const Installation& installation, const std::string& below) {
     for (size_t end = below.find('\\'); end != std::string::npos; end = below.find('\\', end + 1))
         CreateDirectoryA(installation_path(installation, below.substr(0, end)).c_str(), nullptr);

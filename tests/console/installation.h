@@ -48,6 +48,9 @@ void installation_settings(const Installation& installation, std::initializer_li
 // Puts another program of the build into the folder.
 bool installation_bring(const Installation& installation, const std::string& image);
 
+// The text behind a key in settings.txt; empty when the file does not name it.
+std::string installation_setting(const Installation& installation, const std::string& key);
+
 // Puts Orvek.exe once more into a folder below ("a\\b\\c").
 bool installation_nest(const Installation& installation, const std::string& below);
 

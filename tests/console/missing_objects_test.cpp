@@ -12,6 +12,16 @@ protected:
         blocker_.reset(CreateSemaphoreA(nullptr, 0, 1, name.c_str()));
         ASSERT_TRUE(blocker_.valid());
     }
+    // What needs neither the control block nor the sync objects.
+    void press_all_of_the_regions_and_offsets() {
+        for (int32_t id : {710, 711, 712, 721, 722, 723, 713, 719, 725, 726, 727, 727}) press_on(kTabPreview, id);
+        EXPECT_TRUE(log_shows(installation, "motion + ignore regions saved to *"));
+        EXPECT_TRUE(log_shows(installation, "saved motion range: *"));
+        EXPECT_TRUE(log_shows(installation, "feed offset: feed 2 adjustment OFF (overlay_frame_offsets[2]=*)"));
+        EXPECT_EQ(log_count(installation, "motion region: editing feed *"), 3);
+        EXPECT_EQ(log_count(installation, "ignore region: editing feed *"), 3);
+        EXPECT_EQ(log_count(installation, "feed offset: feed * adjustment ON *"), 3);
+    }
     void free_name() {
         blocker_.reset();
     }
@@ -27,8 +37,10 @@ TEST_F(MissingObjects, WithoutAControlBlockEveryCommandStillDoesWhatItCan) {
     EXPECT_TRUE(log_shows(installation, "ERR shmem: CreateFileMapping failed for 'Local\\SkiJumpControl', error=*"));
     EXPECT_TRUE(console_title(console) == "Orvek — Orvekline") << console_title(console);
     EXPECT_EQ(status_text(console), "Ready");
-    for (int32_t id : {700, 716, 717, 718, 724, 705}) press_on(kTabPreview, id);
+    for (int32_t id : {700, 715, 716, 717, 718, 724, 705}) press_on(kTabPreview, id);
     EXPECT_EQ(button_text(console, 700), "Play") << "nothing there that could play";
+    EXPECT_EQ(log_count(installation, "sync feeds: *"), 0) << "nothing there to read the counters from";
+    press_all_of_the_regions_and_offsets();
     ASSERT_TRUE(select_tab(console, kTabFeeds));
     EXPECT_EQ(button_text(console, 321), "no counters: shared memory is not available");
 
@@ -69,6 +81,9 @@ TEST_F(MissingObjects, WithoutSyncObjectsTheProgramRunsOnUnlocked) {
         installation, {"ERR ipc: CreateMutex failed for 'Local\\SkiJumpMutex_30', error=*",
                        "WRN controller: IPC init failed (non-fatal)", "shmem: created 'Local\\SkiJumpControl' *"}));
     EXPECT_EQ(log_count(installation, "ipc: reset * events *"), 0);
+    press_on(kTabPreview, 715);
+    press_all_of_the_regions_and_offsets();
+    EXPECT_EQ(log_count(installation, "sync feeds: *"), 0) << "without mutexes the counters are not compared";
     press_on(kTabProcesses, 201);
     EXPECT_TRUE(running_children_become(console, "capture[1] motion[1] videogen"));
     ASSERT_TRUE(select_tab(console, kTabFeeds));
