@@ -76,6 +76,18 @@ protected:
         if (shared_load(block->force_result) != kOldNumber) return 2;
         return shared_load(block->force_ack[0]) != kOldAck ? 1 : 0;
     }
+    // Presses while this mutex is taken, and looks how far the request came.
+    int32_t fields_written_while_held(int32_t mutex, int32_t expected) {
+        fill_request_fields();
+        const size_t lines = log_length(installation);
+        if (WaitForSingleObject(shared.mutex[mutex], 5000) != WAIT_OBJECT_0) return -1;
+        send_command(console, 714);
+        wait_until([&] { return log_length(installation) > lines && fields_written() == expected; }, 800);
+        Sleep(100);
+        const int32_t written = fields_written();
+        ReleaseMutex(shared.mutex[mutex]);
+        return written;
+    }
     void expect_nothing_posted() {
         EXPECT_EQ(fields_written(), 0);
         EXPECT_EQ(WaitForSingleObject(shared.event[kEventForceRequest], 0), WAIT_TIMEOUT);
@@ -204,18 +216,15 @@ TEST_F(ForceVideo, EachFieldIsWrittenUnderItsOwnMutexAndTheFlagLast) {
     struct Case {
         int32_t mutex, written_before;
     };
+    // Nobody waits longer than a second for a mutex: on a machine that stalls so long the look comes too late, and is
+    // taken again.
     for (const Case c : {Case{9, 0}, Case{11, 1}, Case{12, 2}, Case{13, 3}}) {
-        fill_request_fields();
-        const size_t lines = log_length(installation);
-        ASSERT_EQ(WaitForSingleObject(shared.mutex[c.mutex], 5000), WAIT_OBJECT_0);
-        send_command(console, 714);
-        const bool reached =
-            wait_until([&] { return log_length(installation) > lines && fields_written() == c.written_before; }, 900);
-        Sleep(100);
-        const int32_t written = fields_written();
-        ReleaseMutex(shared.mutex[c.mutex]);
-        EXPECT_TRUE(reached && written == c.written_before) << "mutex " << c.mutex << ": " << written << " fields";
-        EXPECT_TRUE(request_is(740, 1259)) << "mutex " << c.mutex;
+        int32_t written = -1;
+        for (int32_t attempt = 0; attempt < 3 && written != c.written_before; ++attempt) {
+            written = fields_written_while_held(c.mutex, c.written_before);
+            EXPECT_TRUE(request_is(740, 1259)) << "mutex " << c.mutex;
+        }
+        EXPECT_EQ(written, c.written_before) << "mutex " << c.mutex;
     }
 }
 
@@ -400,4 +409,21 @@ TEST_F(ForceVideoOnTheRig, TheMovieHoldsExactlyTheFramesAskedFor) {
     ASSERT_TRUE(log_shows(installation, "force video: deferred request fired (videogen ready) *"));
     expect_the_movie_asked_for();
     EXPECT_EQ(log_count(installation, "ERR *"), 0);
+}
+
+// The jump's own movie is given up for the one that was asked for.
+TEST_F(ForceVideoOnTheRig, AMovieAskedForDuringAJumpHoldsItsFramesToo) {
+    const std::string sample = std::string(ORVEK_TEST_DATA) + "/../../packaging/sample/settings.txt";
+    ASSERT_TRUE(CopyFileA(sample.c_str(), installation_path(installation, "settings.txt").c_str(), FALSE)) << sample;
+    start();
+    open_shared();
+    press_on(kTabPreview, 701);
+    ASSERT_TRUE(status_becomes(console, "Practice: all processes running, viewer launched", 60000));
+    ASSERT_TRUE(log_shows(installation, "preview: reconnected feed 1 (attempt *"));
+    map_outputs();
+    ASSERT_TRUE(wait_until([&] { return shared_load(shared.block->motion_active[1]) != 0; }, 90000));
+    shared_store(shared.block->force_result, int64_t{0});
+    press_on(kTabPreview, 714);
+    ASSERT_TRUE(status_becomes(console, kPosted));
+    expect_the_movie_asked_for();
 }

@@ -24,6 +24,7 @@ struct Row {
 
 class FrameLog : public ConsoleTest {
 protected:
+    explicit FrameLog(bool simulated_rig = false) : ConsoleTest(simulated_rig) {}
     void TearDown() override {
         ConsoleTest::TearDown();
         test_ring_close(&ring);
@@ -61,6 +62,11 @@ protected:
     }
 
     TestRing ring = {};
+};
+
+class FrameLogOnTheRig : public FrameLog {
+protected:
+    FrameLogOnTheRig() : FrameLog(true) {}
 };
 
 }  // namespace
@@ -146,4 +152,27 @@ TEST_F(FrameLog, AFileThatCannotBeOpenedIsNoNewsAndTakenAsSoonAsItCan) {
     EXPECT_EQ(log_length(installation), before);
     ASSERT_TRUE(RemoveDirectoryA(place.c_str()));
     EXPECT_TRUE(rows_come(0));
+}
+
+TEST_F(FrameLogOnTheRig, APracticeRunLeavesTheNumberOfEveryFrameShown) {
+    start_with({"feed_count=1", "debug_frame_log=1"});
+    press_on(kTabPreview, 701);
+    ASSERT_TRUE(status_becomes(console, "Practice: all processes running, viewer launched", 60000));
+    const auto frames_seen = [&] {
+        int32_t seen = 0;
+        for (const Row& row : rows()) seen += row.feed[1].seq > 0 ? 1 : 0;
+        return seen;
+    };
+    ASSERT_TRUE(wait_until([&] { return frames_seen() >= 200; }, 60000)) << frames_seen();
+    ASSERT_EQ(console_close(&console), 0);
+    long long last_seq = 0;
+    long long last_pts = 0;
+    for (const Row& row : rows()) {
+        if (row.feed[1].seq == 0) continue;
+        EXPECT_EQ(row.feed[1].seq, row.feed[1].nw - 2) << "the frame in the slot is the one that belongs there";
+        EXPECT_GE(row.feed[1].seq, last_seq);
+        EXPECT_GE(row.feed[1].pts, last_pts);
+        last_seq = row.feed[1].seq;
+        last_pts = row.feed[1].pts;
+    }
 }
