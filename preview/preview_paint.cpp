@@ -1,5 +1,5 @@
-// The picture area: a window that paints the four panes from their bitmaps and takes the mouse for the editors and the
-// divider. Painted into an off-screen picture of the window's size first, so that nothing flickers.
+// The picture area: a window that paints the four panes from their bitmaps and takes the mouse for the editors and
+// the divider. Painted into an off-screen picture of the window's size first, so that nothing flickers.
 #include <windows.h>
 
 #include <cstdio>
