@@ -10,6 +10,7 @@
 #include "app/commands.h"
 #include "app/log.h"
 #include "app/main_window_parts.h"
+#include "app/message_table.h"
 #include "app/timers.h"
 #include "app/ui_context.h"
 
@@ -19,8 +20,6 @@ constexpr char kStartTitle[] = "Orvek — Orvekline";
 constexpr LONG kMinWidth = 400;  // the smallest size that the window state file knows
 constexpr LONG kMinHeight = 300;
 constexpr WORD kIconResource = 1;
-
-using MessageHandler = bool (*)(UiContext*, WPARAM, LPARAM, LRESULT* result);  // false: default processing
 
 }  // namespace
 
@@ -107,12 +106,7 @@ static bool on_destroy(UiContext* /*ui*/, WPARAM /*wp*/, LPARAM /*lp*/, LRESULT*
 
 namespace {
 
-struct MessageEntry {
-    UINT message;
-    MessageHandler handle;
-};
-
-constexpr MessageEntry kMessages[] = {
+constexpr MessageEntry<UiContext> kMessages[] = {
     {WM_COMMAND, on_command},
     {WM_TIMER, on_timer},
     {WM_NOTIFY, on_notify},
@@ -130,17 +124,7 @@ constexpr MessageEntry kMessages[] = {
 }  // namespace
 
 static LRESULT CALLBACK main_window_proc(HWND window, UINT message, WPARAM wp, LPARAM lp) {
-    if (message == WM_NCCREATE) {
-        auto* ui = static_cast<UiContext*>(reinterpret_cast<CREATESTRUCTA*>(lp)->lpCreateParams);
-        SetWindowLongPtrA(window, 0, reinterpret_cast<LONG_PTR>(ui));
-        ui->window = window;
-    }
-    auto* ui = reinterpret_cast<UiContext*>(GetWindowLongPtrA(window, 0));
-    LRESULT result = 0;
-    for (const MessageEntry& entry : kMessages)
-        if (ui && entry.message == message && entry.handle(ui, wp, lp, &result)) return result;
-    if (message == WM_NCDESTROY) SetWindowLongPtrA(window, 0, 0);
-    return DefWindowProcA(window, message, wp, lp);
+    return answer_message(kMessages, window, message, wp, lp);
 }
 
 static int32_t register_class(UiContext* ui) {

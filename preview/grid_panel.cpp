@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "app/log.h"
+#include "app/message_table.h"
 #include "app/screen_areas.h"
 #include "app/window_state.h"
 #include "ipc/shared_access.h"
@@ -17,8 +18,6 @@ constexpr char kTitle[] = "Grid Line Setup";
 constexpr DWORD kStyle = WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU;
 constexpr UINT_PTR kPollTimer = 1;
 constexpr UINT kPollMs = 100;
-
-using MessageHandler = bool (*)(GridPanel*, WPARAM, LPARAM, LRESULT* result);  // false: default processing
 
 }  // namespace
 
@@ -204,12 +203,7 @@ static bool on_destroy(GridPanel* panel, WPARAM /*wp*/, LPARAM /*lp*/, LRESULT* 
 
 namespace {
 
-struct MessageEntry {
-    UINT message;
-    MessageHandler handle;
-};
-
-constexpr MessageEntry kMessages[] = {
+constexpr MessageEntry<GridPanel> kMessages[] = {
     {WM_COMMAND, on_command},
     {WM_TIMER, on_timer},
     {WM_CLOSE, on_close},
@@ -219,17 +213,7 @@ constexpr MessageEntry kMessages[] = {
 }  // namespace
 
 static LRESULT CALLBACK grid_panel_proc(HWND window, UINT message, WPARAM wp, LPARAM lp) {
-    if (message == WM_NCCREATE) {
-        auto* created = static_cast<GridPanel*>(reinterpret_cast<CREATESTRUCTA*>(lp)->lpCreateParams);
-        SetWindowLongPtrA(window, 0, reinterpret_cast<LONG_PTR>(created));
-        created->window = window;
-    }
-    auto* panel = reinterpret_cast<GridPanel*>(GetWindowLongPtrA(window, 0));
-    LRESULT result = 0;
-    for (const MessageEntry& entry : kMessages)
-        if (panel && entry.message == message && entry.handle(panel, wp, lp, &result)) return result;
-    if (message == WM_NCDESTROY) SetWindowLongPtrA(window, 0, 0);
-    return DefWindowProcA(window, message, wp, lp);
+    return answer_message(kMessages, window, message, wp, lp);
 }
 
 // The class stays registered from one opening to the next.

@@ -6,6 +6,7 @@
 
 #include "app/commands.h"
 #include "app/log.h"
+#include "app/message_table.h"
 #include "preview/jumper_caption.h"
 #include "preview/preview_internal.h"
 
@@ -194,28 +195,12 @@ static bool on_set_cursor(PreviewPanel* panel, WPARAM, LPARAM lp, LRESULT* resul
 }
 
 static LRESULT CALLBACK preview_proc(HWND window, UINT message, WPARAM wp, LPARAM lp) {
-    // False: default processing.
-    static constexpr struct {
-        UINT message;
-        bool (*handle)(PreviewPanel*, WPARAM, LPARAM, LRESULT*);
-    } kMessages[] = {
+    static constexpr MessageEntry<PreviewPanel> kMessages[] = {
         {WM_PAINT, on_paint},          {WM_ERASEBKGND, on_erase_background}, {WM_LBUTTONDOWN, on_left_down},
         {WM_MOUSEMOVE, on_mouse_move}, {WM_LBUTTONUP, on_left_up},           {WM_CAPTURECHANGED, on_capture_changed},
         {WM_SETCURSOR, on_set_cursor}, {WM_MOUSEWHEEL, on_mouse_wheel},
     };
-    if (message == WM_NCCREATE) {
-        SetWindowLongPtrA(window, 0,
-                          reinterpret_cast<LONG_PTR>(reinterpret_cast<CREATESTRUCTA*>(lp)->lpCreateParams));
-    }
-    auto* panel = reinterpret_cast<PreviewPanel*>(GetWindowLongPtrA(window, 0));
-    LRESULT result = 0;
-    if (panel && panel->window) {
-        for (const auto& entry : kMessages) {
-            if (entry.message == message && entry.handle(panel, wp, lp, &result)) return result;
-        }
-    }
-    if (message == WM_NCDESTROY) SetWindowLongPtrA(window, 0, 0);
-    return DefWindowProcA(window, message, wp, lp);
+    return answer_message(kMessages, window, message, wp, lp);
 }
 
 void preview_window_create(PreviewPanel* panel) {

@@ -1,45 +1,29 @@
 // orvekctl's look at a start list: what it prints and how it exits.
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/orvekctl_run.h"
 #include "tests/support/settings_text.h"
 #include "tests/support/temp_dir.h"
 #include "tools/orvekctl.h"
 
-namespace {
-
-struct Answer {
-    int32_t exit_code;
-    std::string out;
-    std::vector<std::string> errors;  // lines on standard error
-};
-
-}  // namespace
-
-static Answer orvekctl(std::vector<std::string> arguments) {
-    std::vector<char*> argv;
-    argv.reserve(arguments.size());
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    Answer answer{orvekctl_jumpers(static_cast<int>(argv.size()), argv.data()), "", {}};
-    answer.out = testing::internal::GetCapturedStdout();
-    answer.errors = split_lines(testing::internal::GetCapturedStderr());
-    return answer;
+static OrvekctlAnswer orvekctl(std::vector<std::string> arguments) {
+    return run_orvekctl(orvekctl_jumpers, std::move(arguments));
 }
 
-static Answer check(const TempDir& dir, const std::string& list) {
+static OrvekctlAnswer check(const TempDir& dir, const std::string& list) {
     write_whole_file(dir.file("jumpers.csv"), list);
     return orvekctl({"check", dir.file("jumpers.csv")});
 }
 
 TEST(OrvekctlJumpers, PrintsBibNameClubAndExtraOfEveryAcceptedLineAndTheCount) {
     const TempDir dir;
-    const Answer answer = check(dir,
-                                "Bib\tName\tClub\r\n\r\n1\tŽiga Čop\tSSK Ilirija\tSLO\r\n7,a,b\r\n"
-                                "12\tJörg Müller\tSC Hinterzarten\r\n9\tone tab\r\n");
+    const OrvekctlAnswer answer = check(dir,
+                                        "Bib\tName\tClub\r\n\r\n1\tŽiga Čop\tSSK Ilirija\tSLO\r\n7,a,b\r\n"
+                                        "12\tJörg Müller\tSC Hinterzarten\r\n9\tone tab\r\n");
     EXPECT_EQ(answer.exit_code, 0);
     EXPECT_EQ(split_lines(answer.out), (std::vector<std::string>{"1\tŽiga Čop\tSSK Ilirija\tSLO",
                                                                  "12\tJörg Müller\tSC Hinterzarten\t", "count 3"}));
@@ -73,7 +57,7 @@ TEST(OrvekctlJumpers, BytesThatWouldSteerTheTerminalAreShown) {
 TEST(OrvekctlJumpers, AFileThatCannotBeReadIsOneLineAndExitsWithTwo) {
     const TempDir dir;
     for (const std::string& path : {dir.file("none.csv"), dir.path()}) {
-        const Answer answer = orvekctl({"check", path});
+        const OrvekctlAnswer answer = orvekctl({"check", path});
         EXPECT_EQ(answer.exit_code, 2);
         EXPECT_EQ(answer.out, "");
         ASSERT_EQ(answer.errors.size(), 1u);
@@ -85,7 +69,7 @@ TEST(OrvekctlJumpers, AFileThatCannotBeReadIsOneLineAndExitsWithTwo) {
 TEST(OrvekctlJumpers, BadUsageExitsWithTwo) {
     const std::vector<std::vector<std::string>> commands = {{}, {"check"}, {"check", "a", "b"}, {"list", "a"}};
     for (const std::vector<std::string>& command : commands) {
-        const Answer answer = orvekctl(command);
+        const OrvekctlAnswer answer = orvekctl(command);
         EXPECT_EQ(answer.exit_code, 2);
         EXPECT_EQ(answer.out, "");
         EXPECT_EQ(answer.errors.size(), 1u);

@@ -4,35 +4,19 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "settings/settings.h"
+#include "tests/support/orvekctl_run.h"
 #include "tests/support/settings_text.h"
 #include "tests/support/temp_dir.h"
 #include "tools/orvekctl.h"
 
-namespace {
-
-struct Answer {
-    int32_t exit_code;
-    std::string out;
-    std::vector<std::string> errors;  // lines on standard error, the log's among them
-};
-
-}  // namespace
-
-static Answer orvekctl(std::vector<std::string> arguments) {
-    std::vector<char*> argv;
-    argv.reserve(arguments.size());
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    Answer answer{orvekctl_settings(static_cast<int>(argv.size()), argv.data()), "", {}};
-    answer.out = testing::internal::GetCapturedStdout();
-    answer.errors = split_lines(testing::internal::GetCapturedStderr());
-    return answer;
+static OrvekctlAnswer orvekctl(std::vector<std::string> arguments) {
+    return run_orvekctl(orvekctl_settings, std::move(arguments));
 }
 
 TEST(OrvekctlSettings, ListsEverySettingOnALineOfItsOwn) {
@@ -75,7 +59,7 @@ TEST(OrvekctlSettings, RefusesWhatTheFileCannotHold) {
 }
 
 TEST(OrvekctlSettings, ListPrints388Lines) {
-    const Answer answer = orvekctl({"list"});
+    const OrvekctlAnswer answer = orvekctl({"list"});
     EXPECT_EQ(answer.exit_code, 0);
     EXPECT_EQ(split_lines(answer.out).size(), 388u);
     EXPECT_TRUE(answer.errors.empty());
@@ -102,7 +86,7 @@ TEST(OrvekctlSettings, GetPrintsTheValueAsItIsWritten) {
     EXPECT_EQ(split_lines(orvekctl({"get", file, "@far[0][ 3]"}).out), std::vector<std::string>{"4,5"});
     EXPECT_EQ(split_lines(orvekctl({"get", file, "*font_file"}).out), std::vector<std::string>{"C:\\f.fnt"});
     EXPECT_EQ(split_lines(orvekctl({"get", file, "feed_count"}).out), std::vector<std::string>{"3"});
-    const Answer unknown = orvekctl({"get", file, "font_file"});
+    const OrvekctlAnswer unknown = orvekctl({"get", file, "font_file"});
     EXPECT_EQ(unknown.exit_code, 1);
     EXPECT_EQ(unknown.out, "");
 }
@@ -123,7 +107,7 @@ TEST(OrvekctlSettings, CheckPrintsLineReasonAndText) {
     TempDir dir;
     const std::string file = dir.file("s.txt");
     write_whole_file(file, "feed_count=2\nfeed_cuont=2\x1b[2J\n");
-    const Answer answer = orvekctl({"check", file});
+    const OrvekctlAnswer answer = orvekctl({"check", file});
     EXPECT_EQ(answer.exit_code, 1);
     EXPECT_EQ(split_lines(answer.out), std::vector<std::string>{"2\tunknown key\tfeed_cuont=2\\x1B[2J"});
     EXPECT_TRUE(answer.errors.empty());
@@ -144,7 +128,7 @@ TEST(OrvekctlSettings, AMissingFileIsOneLineAndNothingIsWritten) {
         {"check", dir.path()},  // a folder is no file either
     };
     for (const std::vector<std::string>& command : commands) {
-        const Answer answer = orvekctl(command);
+        const OrvekctlAnswer answer = orvekctl(command);
         EXPECT_EQ(answer.exit_code, 2) << command[0];
         EXPECT_EQ(answer.out, "") << command[0];
         ASSERT_EQ(answer.errors.size(), 1u) << command[0];
@@ -159,7 +143,7 @@ TEST(OrvekctlSettings, BadUsageExitsWithTwo) {
     const std::vector<std::vector<std::string>> commands = {
         {}, {"frobnicate"}, {"list", "x"}, {"get", "f"}, {"set", "f", "k"}, {"check"}, {"format", "f", "--in", "o"}};
     for (const std::vector<std::string>& command : commands) {
-        const Answer answer = orvekctl(command);
+        const OrvekctlAnswer answer = orvekctl(command);
         EXPECT_EQ(answer.exit_code, 2);
         EXPECT_EQ(answer.errors.size(), 1u);
     }
