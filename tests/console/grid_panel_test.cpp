@@ -11,6 +11,7 @@
 #include "settings/settings_file.h"
 #include "settings/settings_values.h"
 #include "tests/console/console_test.h"
+#include "tests/console/mouse.h"
 #include "tests/console/screenshot.h"
 
 namespace {
@@ -104,16 +105,7 @@ protected:
     }
     // Moves the mouse there and presses its button, as the operator would.
     void click_viewer(POINT point) const {
-        ClientToScreen(viewer, &point);
-        ASSERT_EQ(WindowFromPoint(point), viewer) << point.x << "," << point.y << " is covered";
-        SetCursorPos(point.x, point.y);
-        INPUT press = {};
-        press.type = INPUT_MOUSE;
-        press.mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
-        INPUT release = press;
-        release.mi.dwFlags = MOUSEEVENTF_LEFTUP;
-        INPUT both[] = {press, release};
-        ASSERT_EQ(SendInput(2, both, sizeof(INPUT)), 2u);
+        ASSERT_TRUE(click_at(viewer, point.x, point.y)) << point.x << "," << point.y << " is covered";
     }
     // One point from the press on its button to the relabelled button.
     void set_point(int32_t feed, int32_t line, bool near_side) {
