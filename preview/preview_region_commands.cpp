@@ -10,6 +10,7 @@
 #include "ipc/shared_access.h"
 #include "preview/preview_internal.h"
 #include "procs/live_counters.h"
+#include "settings/motion_range.h"
 #include "settings/settings.h"
 #include "settings/settings_file.h"
 
@@ -67,10 +68,9 @@ void preview_save_regions(PreviewPanel* panel, int32_t /*feed*/) {
 
 void preview_save_motion_range(PreviewPanel* panel, int32_t /*feed*/) {
     if (!panel->settings) return;
-    char* text = panel->settings->saved_motion_range;
-    format_motion_range(panel->settings, text, sizeof panel->settings->saved_motion_range);
+    save_motion_range(panel->settings);
     save_settings(panel);  // a failure has had its own line
-    log_info("saved motion range: %s", text);
+    log_info("saved motion range: %s", panel->settings->saved_motion_range);
 }
 
 // As the log names it; -1 stands for no settings.

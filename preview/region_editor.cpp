@@ -91,12 +91,3 @@ int32_t offset_after_wheel(int32_t offset, int32_t wheel_delta) {
     if (notches == 0) return offset;
     return static_cast<int32_t>(std::clamp(int64_t{offset} + notches, int64_t{0}, int64_t{kMaxOverlayOffset}));
 }
-
-void format_motion_range(const Settings* settings, char* text, size_t size) {
-    const int32_t* const fields[4] = {settings->motion_start_x, settings->motion_start_y, settings->motion_end_x,
-                                      settings->motion_end_y};
-    int v[12];
-    for (int32_t i = 0; i < 12; ++i) v[i] = fields[i % 4][i / 4];
-    snprintf(text, size, "%d,%d,%d,%d,%d,%d,%d,%d,%d,%d,%d,%d", v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], v[8],
-             v[9], v[10], v[11]);
-}

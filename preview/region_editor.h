@@ -3,7 +3,6 @@
 // the shell sets the button's text, writes the line and repaints.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 #include "preview/overlay.h"
@@ -55,6 +54,3 @@ inline constexpr int32_t kMaxOverlayOffset = 540;
 // The overlay offset after the wheel has turned by `wheel_delta` (120 a notch, up is positive). Part of a notch does
 // nothing; a notch brings any offset within 0..kMaxOverlayOffset.
 int32_t offset_after_wheel(int32_t offset, int32_t wheel_delta);
-
-// The twelve numbers of the three feeds' motion regions as *saved_motion_range keeps them; cut to `size`.
-void format_motion_range(const Settings* settings, char* text, size_t size);

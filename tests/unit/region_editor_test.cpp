@@ -285,25 +285,3 @@ TEST(OffsetAfterWheel, NeverLeaves0To540) {
     EXPECT_EQ(offset_after_wheel(INT_MAX, 120), 540);
     EXPECT_EQ(offset_after_wheel(INT_MIN, -120), 0);
 }
-
-TEST(MotionRange, ListsStartAndEndOfTheThreeFeedsInOrder) {
-    auto settings = std::make_unique<Settings>();
-    for (int32_t feed = 0; feed < 4; ++feed) {
-        settings->motion_start_x[feed] = 10 * feed + 1;
-        settings->motion_start_y[feed] = 10 * feed + 2;
-        settings->motion_end_x[feed] = 10 * feed + 3;
-        settings->motion_end_y[feed] = 10 * feed + 4;
-    }
-    format_motion_range(settings.get(), settings->saved_motion_range, sizeof settings->saved_motion_range);
-    EXPECT_STREQ(settings->saved_motion_range, "1,2,3,4,11,12,13,14,21,22,23,24");
-}
-
-TEST(MotionRange, TheLongestNumbersFitTheSetting) {
-    auto settings = std::make_unique<Settings>();
-    for (int32_t feed = 0; feed < 3; ++feed) {
-        settings->motion_start_x[feed] = settings->motion_start_y[feed] = INT_MIN;
-        settings->motion_end_x[feed] = settings->motion_end_y[feed] = INT_MIN;
-    }
-    format_motion_range(settings.get(), settings->saved_motion_range, sizeof settings->saved_motion_range);
-    EXPECT_EQ(std::string(settings->saved_motion_range).size(), size_t{12 * 11 + 11});
-}
