@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "rig/blob_mark.h"
+#include "rig/common/rig_options.h"
 #include "rig/common/rig_settings.h"
 #include "rig/common/worker_runtime.h"
 #include "rig/detection.h"
@@ -31,6 +32,7 @@ struct Motion {
     const char* settings_path;
     uint32_t settings_generation;
     MotionSettings settings;
+    int32_t slow_above_width;  // of rig.txt
     FeedRing ring;
     uint32_t next;  // index of the next frame to look at
     bool paused;
@@ -148,8 +150,11 @@ static void look_at_frame(Motion* motion, uint32_t index) {
     const int64_t before_us = worker_now_us();
     const Detection found = detector_step(&motion->detector, motion->settings.detection, feed_slot_y(slot),
                                           feed_slot_u(slot), feed_slot_v(slot));
+    const int64_t forced_us = forced_frame_us(motion->settings, motion->slow_above_width);
+    const int64_t left_us = forced_us - (worker_now_us() - before_us);
+    if (left_us > 0) worker_sleep_ms(static_cast<uint32_t>((left_us + 999) / 1000));
     const int64_t took_us = worker_now_us() - before_us;
-    count_trial(motion, took_us > motion->settings.slow_threshold_us);
+    count_trial(motion, frame_is_slow(motion->settings, motion->slow_above_width, took_us));
 
     const uint32_t flags = shared_load(slot->motion_flags) & ~kMotionFoundBit;
     shared_store(slot->motion_flags, found.type != 0 ? flags | kMotionFoundBit : flags);
@@ -247,6 +252,7 @@ int main(int argc, char** argv) {
     motion.passage.share.active = 0;
     worker_answers_for(&motion.worker, &motion.worker.control->motion_ready[feed]);
     worker_set_ready(&motion.worker, kWorkerStarting);
+    motion.slow_above_width = rig_options_load("rig.txt").slow_above_width;
     motion.settings = motion_settings_for(RigSettings{}, feed);
     load_settings(&motion);
     worker_set_ready(&motion.worker, kWorkerAttached);

@@ -29,6 +29,23 @@ static int32_t positive_or(int32_t value, int32_t fallback) {
     return value > 0 ? value : fallback;
 }
 
+static int32_t region_width(const PixelBox& region) {
+    if (region.x1 <= region.x0) return kFrameWidth;
+    return std::min(region.x1, kFrameWidth - 1) - std::max(region.x0, 0) + 1;
+}
+
+int64_t forced_frame_us(const MotionSettings& settings, int32_t slow_above_width) {
+    constexpr int64_t kBeyondThresholdUs = 1000;
+    constexpr int64_t kLongestUs = 100'000;  // the worker must go on answering the console
+    if (slow_above_width <= 0 || region_width(settings.detection.region) <= slow_above_width) return 0;
+    return std::clamp<int64_t>(settings.slow_threshold_us + kBeyondThresholdUs, 0, kLongestUs);
+}
+
+bool frame_is_slow(const MotionSettings& settings, int32_t slow_above_width, int64_t took_us) {
+    if (slow_above_width > 0) return region_width(settings.detection.region) > slow_above_width;
+    return took_us > settings.slow_threshold_us;
+}
+
 MotionSettings motion_settings_for(const RigSettings& file, int32_t feed) {
     static constexpr int32_t kSmallestBlob[3] = {50, 200, 500};
     MotionSettings settings{};

@@ -15,6 +15,7 @@ RigOptions rig_options_from(const RigSettings* settings) {
         scene.feed_offset[feed] = rig_settings_indexed(settings, "feed_offset", feed, scene.feed_offset[feed]);
     if (rig_settings_int(settings, "loop", 0) != 0) scene.jumpers = 0;
     options.end_early = std::max(rig_settings_int(settings, "end_early", 0), 0);
+    options.slow_above_width = std::max(rig_settings_int(settings, "slow_above_width", 0), 0);
     return options;
 }
 

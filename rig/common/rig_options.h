@@ -1,7 +1,9 @@
 // rig.txt: what a test or a person may change about the simulated rig. Same form as settings.txt, in the working
 // directory, every key optional:
 //   seed, jumpers (0: endless), lead_in_frames, pause_seconds, speed (m/s), feed_offset[0..2], loop (1: as
-//   jumpers=0), end_early (frames after which the practice player ends, 0: when the scene or the videos end)
+//   jumpers=0), end_early (frames after which the practice player ends, 0: when the scene or the videos end),
+//   slow_above_width (columns of the motion region from which on a detector is too slow, whatever the machine; 0: the
+//   clock alone tells. As wide as the picture or wider, no frame counts as slow)
 #pragma once
 
 #include "rig/common/rig_settings.h"
@@ -10,6 +12,7 @@
 struct RigOptions {
     SceneConfig scene;
     int64_t end_early;
+    int32_t slow_above_width;
 };
 
 RigOptions rig_options_from(const RigSettings* settings);

@@ -47,3 +47,36 @@ TEST(RigMotionSettings, StoredTriggerColumnGoesBeforeTheFraction) {
     EXPECT_EQ(from("center_of_blob_scene_trigger[0]=1500\nscene_trigger_f0_fraction=0.5\n", 0).passage.trigger_column,
               1500);
 }
+
+TEST(RigMotionSettings, WithoutAWidthLimitTheClockTellsWhetherAFrameWasSlow) {
+    const MotionSettings settings = from("auto_setup_adaptive_width_threshold_us=9000\nmotion_end_x[1]=1919\n", 1);
+    EXPECT_EQ(forced_frame_us(settings, 0), 0);
+    EXPECT_FALSE(frame_is_slow(settings, 0, 9000));
+    EXPECT_TRUE(frame_is_slow(settings, 0, 9001));
+}
+
+TEST(RigMotionSettings, ARegionWiderThanTheLimitIsSlowWhateverTheClockSays) {
+    const MotionSettings settings = from("motion_start_x[1]=100\nmotion_end_x[1]=1299\n", 1);  // 1200 columns
+    EXPECT_EQ(forced_frame_us(settings, 1199), 15000);  // a millisecond beyond the threshold
+    EXPECT_TRUE(frame_is_slow(settings, 1199, 1));
+    EXPECT_EQ(forced_frame_us(settings, 1200), 0);
+    EXPECT_FALSE(frame_is_slow(settings, 1200, 1'000'000)) << "a busy machine must not narrow the trial further";
+}
+
+TEST(RigMotionSettings, ARegionWithoutColumnsIsAsWideAsThePicture) {
+    EXPECT_TRUE(frame_is_slow(from("", 1), 1919, 1));
+    EXPECT_FALSE(frame_is_slow(from("", 1), 1920, 1));
+    EXPECT_FALSE(frame_is_slow(from("motion_start_x[1]=-50\nmotion_end_x[1]=4000\n", 1), 1920, 1));
+}
+
+// The widths of a trial that narrows by a quarter at a time: 1200 columns let it settle on the third.
+TEST(RigMotionSettings, ALimitOf1200SettlesTheWidthTrialAtHalfThePicture) {
+    EXPECT_TRUE(frame_is_slow(from("motion_end_x[0]=1919\n", 0), 1200, 1));
+    EXPECT_TRUE(frame_is_slow(from("motion_end_x[0]=1439\n", 0), 1200, 1));
+    EXPECT_FALSE(frame_is_slow(from("motion_end_x[0]=959\n", 0), 1200, 1));
+}
+
+TEST(RigMotionSettings, ASlowFrameNeverTakesSoLongThatTheWorkerSeemsDead) {
+    const MotionSettings settings = from("auto_setup_adaptive_width_threshold_us=2147483647\n", 0);
+    EXPECT_EQ(forced_frame_us(settings, 1), 100'000);
+}
