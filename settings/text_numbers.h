@@ -58,11 +58,37 @@ inline bool scan_int(TextCursor* text, int32_t* value) {
     return true;
 }
 
+// The same for a 64-bit number, as "%lld".
+inline bool scan_int64(TextCursor* text, int64_t* value) {
+    scan_space(text);
+    const char* at = text->at;
+    const bool negative = at < text->end && *at == '-';
+    if (at < text->end && (*at == '-' || *at == '+')) ++at;
+    const char* const first_digit = at;
+    const uint64_t limit = negative ? uint64_t{1} << 63 : INT64_MAX;
+    uint64_t magnitude = 0;
+    for (; at < text->end && static_cast<uint8_t>(*at - '0') <= 9; ++at) {
+        const auto digit = static_cast<uint8_t>(*at - '0');
+        magnitude = magnitude > (limit - digit) / 10 ? limit : magnitude * 10 + digit;
+    }
+    if (at == first_digit) return false;
+    text->at = at;
+    *value = static_cast<int64_t>(negative ? 0 - magnitude : magnitude);
+    return true;
+}
+
 // atoi: what follows the number is ignored, no number gives 0.
 inline int32_t text_to_int(std::string_view text) {
     TextCursor cursor{text.data(), text.data() + text.size()};
     int32_t value = 0;
     scan_int(&cursor, &value);
+    return value;
+}
+
+inline int64_t text_to_int64(std::string_view text) {
+    TextCursor cursor{text.data(), text.data() + text.size()};
+    int64_t value = 0;
+    scan_int64(&cursor, &value);
     return value;
 }
 
