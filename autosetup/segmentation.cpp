@@ -1,13 +1,9 @@
 #include "autosetup/segmentation.h"
 
 #include "app/log.h"
+#include "autosetup/wrapping.h"
 
 static constexpr int64_t kGapThreshold = 60;  // frames; a longer pause separates two jumpers
-
-// seq[i] - seq[i - 1]. A damaged log can hold any two numbers, so that the difference wraps as the processor would.
-static int64_t step_before(const MotionBlob* blobs, int32_t i) {
-    return static_cast<int64_t>(static_cast<uint64_t>(blobs[i].seq) - static_cast<uint64_t>(blobs[i - 1].seq));
-}
 
 // Only the first kJumpLimit jumps are analysed: the records from the gap that ends the last of them belong to none.
 // A step back (the detector was restarted) separates nothing.
@@ -16,7 +12,7 @@ static int32_t segment_feed(const MotionBlob* blobs, int32_t count, JumpSpan* ju
     int32_t found = 0;
     int32_t start = 0;
     for (int32_t i = 1; i < count; ++i) {
-        if (step_before(blobs, i) <= kGapThreshold) continue;
+        if (wrap_sub(blobs[i].seq, blobs[i - 1].seq) <= kGapThreshold) continue;
         jumps[found++] = {start, i - start};
         if (found == kJumpLimit) return found;
         start = i;
