@@ -304,7 +304,7 @@ int32_t populate_pixel_frames_v2(AutoSetupWorkspace* workspace, Settings* settin
     if (allocated) {
         populate(workspace, merged, areas, trace, settings);
     } else {
-        log_error("pixel_frames_v2: workspace alloc failed");
+        log_error("populate_pixel_frames_v2: workspace alloc failed");
         trace->kept = "the computer ran out of memory";
     }
     free(areas.scratch);
