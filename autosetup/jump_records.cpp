@@ -1,0 +1,42 @@
+#include "autosetup/jump_records.h"
+
+#include "autosetup/wrapping.h"
+
+JumpView jump_view(const AutoSetupWorkspace* workspace, int32_t jump) {
+    JumpView view = {};
+    for (int32_t feed = 0; feed < kAnalysisFeeds; ++feed) {
+        if (workspace->jump_count[feed] <= jump) continue;
+        const JumpSpan& span = workspace->jumps[feed][jump];
+        view.feed[feed] = {workspace->blobs[feed] + span.start, span.count};
+    }
+    view.align_01 = workspace->align_01[jump];
+    view.align_12 = workspace->align_12[jump];
+    return view;
+}
+
+int64_t seq_span(const JumpRecords& records) {
+    return wrap_sub(last_record(records).seq, first_record(records).seq);
+}
+
+int64_t known_offset(const AlignRecord& record) {
+    return record.valid != 0 ? record.offset : 0;
+}
+
+static uint64_t distance(int64_t a, int64_t b) {
+    return a > b ? static_cast<uint64_t>(a) - static_cast<uint64_t>(b)
+                 : static_cast<uint64_t>(b) - static_cast<uint64_t>(a);
+}
+
+const MotionBlob& closest_to_column(const JumpRecords& records, int32_t column) {
+    int32_t best = 0;
+    for (int32_t i = 1; i < records.count; ++i)
+        if (distance(records.records[i].x, column) < distance(records.records[best].x, column)) best = i;
+    return records.records[best];
+}
+
+const MotionBlob& closest_to_seq(const JumpRecords& records, int64_t seq) {
+    int32_t best = 0;
+    for (int32_t i = 1; i < records.count; ++i)
+        if (distance(records.records[i].seq, seq) < distance(records.records[best].seq, seq)) best = i;
+    return records.records[best];
+}
