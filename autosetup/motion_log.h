@@ -14,3 +14,7 @@ void motion_log_path(const AutoSetupWorkspace* workspace, int32_t feed, char* pa
 // Returns 0, or -1 after an error line when no feed has a blob or memory runs out; what was read stays in the
 // workspace.
 int32_t auto_setup_parse_logs(AutoSetupWorkspace* workspace, const Settings* settings);
+
+// The same with another realloc, for tests in which memory runs out.
+using ResizeMemory = void* (*)(void* memory, size_t size);
+int32_t parse_motion_logs(AutoSetupWorkspace* workspace, const Settings* settings, ResizeMemory resize);
