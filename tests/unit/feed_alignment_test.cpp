@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -378,6 +379,50 @@ TEST_F(FeedAlignment, AStuckDetectorsMillionRecordsAreAlignedInAMoment) {
     }
     EXPECT_EQ(aligned(0, 1).pairs, 0);
     EXPECT_TRUE(log.has("INF jump 0: feed 0->1 offset=-999999, 0 overlap pairs, meter 0.0..0.0"));
+}
+
+TEST_F(FeedAlignment, TheSearchByColumnFindsWhatComparingAllWithAllFinds) {
+    std::mt19937 random(5);
+    int compared = 0;
+    for (int round = 0; round < 400; ++round) {
+        workspace = make_workspace();
+        for (const int32_t feed : {0, 1}) {
+            // Steep and flat grids, so that records lie between a centimetre and many metres apart.
+            set_linear_grid(workspace.get(), feed, 90.0f + static_cast<float>(random() % 20),
+                            static_cast<float>(1 + random() % 500) * 0.001f);
+            if (random() % 4 == 0) workspace->meters_at_x[feed][random() % 50] = NAN;
+            const auto records = static_cast<int32_t>(1 + random() % 700);
+            for (int32_t i = 0; i < records; ++i) {
+                MotionBlob blob = {};
+                blob.x = static_cast<int32_t>(random() % 60) * (random() % 3 == 0 ? 40 : 1) - 5;
+                blob.seq = static_cast<int64_t>(random() % 100'000);
+                blob.meter = workspace->meters_at_x[feed][std::clamp(blob.x, 0, 1919)];
+                add_blob(workspace.get(), feed, blob);
+            }
+            workspace->jumps[feed][0] = {0, records};
+        }
+        const AlignRecord record = aligned(0, 1);
+        if (record.meter_lo == 0 && record.meter_hi == 0) continue;  // a gap fallback
+        std::vector<int64_t> differences;
+        for (int32_t i = 0; i < workspace->jumps[0][0].count && differences.size() < 500; ++i) {
+            const MotionBlob& a = workspace->blobs[0][i];
+            if (!(record.meter_lo <= a.meter && a.meter <= record.meter_hi)) continue;
+            float best = 999999.0f;
+            int64_t best_seq = 0;
+            for (int32_t k = 0; k < workspace->jumps[1][0].count; ++k) {
+                const MotionBlob& b = workspace->blobs[1][k];
+                if (std::fabs(b.meter - a.meter) >= best || std::isnan(b.meter)) continue;
+                best = std::fabs(b.meter - a.meter);
+                best_seq = b.seq;
+            }
+            if (best <= 1.0f) differences.push_back(best_seq - a.seq);
+        }
+        std::sort(differences.begin(), differences.end());
+        ASSERT_EQ(record.pairs, static_cast<int32_t>(differences.size())) << round;
+        ASSERT_EQ(record.offset, differences[differences.size() / 2]) << round;
+        ++compared;
+    }
+    EXPECT_GT(compared, 200);
 }
 
 TEST_F(FeedAlignment, HostileNumbersAreAlignedWithoutHarm) {
