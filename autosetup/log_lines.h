@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string_view>
 
-inline constexpr size_t kLogBlock = 64 * 1024;
+inline constexpr size_t kLogBlock = size_t{64} * 1024;
 inline constexpr size_t kLongestLineBuffer = 4096;
 
 // Too large for a thread with a small stack.
