@@ -512,7 +512,7 @@ TEST(PixelFrameTables, WithoutMemoryTheStepFailsAndTheTablesStay) {
         const Settings before = *bench.settings;
         allocations_granted = granted;
         EXPECT_EQ(populate_pixel_frames_v2(bench.workspace.get(), bench.settings.get(), allocate_until_refused), -1);
-        EXPECT_TRUE(bench.log.has("ERR pixel_frames_v2: workspace alloc failed"));
+        EXPECT_TRUE(bench.log.has("ERR populate_pixel_frames_v2: workspace alloc failed"));
         EXPECT_TRUE(same_bytes(&before, bench.settings.get()));
         EXPECT_NE(bench->pixel_frames.kept, nullptr);
     }
