@@ -235,6 +235,7 @@ void main_window_destroy(UiContext* ui) {
     main_window_save_state(ui);
     for (const uintptr_t timer : {kTimerProcessPoll, kTimerReadinessWait, kTimerForceVideoWait})
         KillTimer(ui->window, timer);
+    auto_setup_destroy(ui);
     grid_panel_close(&ui->grid);  // while the control block that it hands over in is still there
     jumper_panel_destroy(&ui->jumpers);
     preview_destroy(&ui->preview);

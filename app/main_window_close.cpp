@@ -21,7 +21,8 @@ void main_window_close(UiContext* ui) {
     if (ui->closing) return;
     ui->closing = true;
 
-    if (ui->settings && ui->settings_path[0] != '\0') settings_save(ui->settings, ui->settings_path);
+    const bool aborted = auto_setup_abort_for_close(ui);
+    if (!aborted && ui->settings && ui->settings_path[0] != '\0') settings_save(ui->settings, ui->settings_path);
     main_window_save_state(ui);
     tell_workers_to_end(ui);
     procmgr_shutdown(ui->processes);

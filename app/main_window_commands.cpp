@@ -51,6 +51,10 @@ static void on_force_video(UiContext* ui, int32_t /*offset*/) {
     force_video(ui);
 }
 
+static void on_auto_setup(UiContext* ui, int32_t /*offset*/) {
+    auto_setup_button(ui);
+}
+
 static void on_round_down(UiContext* ui, int32_t /*offset*/) {
     jumper_panel_round_down(&ui->jumpers);
 }
@@ -136,6 +140,7 @@ constexpr CommandEntry kCommands[] = {
     {kCmdLaunchPractice, 1, on_launch_practice},
     {kCmdGoLive, 1, on_go_live},
     {kCmdForceVideo, 1, on_force_video},
+    {kCmdAutoSetup, 1, on_auto_setup},
     {kCmdRoundDown, 1, on_round_down},
     {kCmdRoundUp, 1, on_round_up},
     {kCmdLoadJumpers, 1, on_load_jumpers},

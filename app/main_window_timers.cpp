@@ -28,10 +28,16 @@ struct TimerEntry {
 };
 
 constexpr TimerEntry kTimers[] = {
-    {kTimerProcessPoll, on_process_poll},          {kTimerPreview, on_preview},
-    {kTimerReadinessWait, readiness_tick},         {kTimerCliKickoff, cli_kickoff_tick},
-    {kTimerCliMonitor, practice_monitor_tick},     {kTimerCaptureKickoff, capture_kickoff_tick},
-    {kTimerMotionResume, motion_resume_tick},      {kTimerForceVideoWait, force_video_wait_tick},
+    {kTimerProcessPoll, on_process_poll},
+    {kTimerPreview, on_preview},
+    {kTimerAutoSetupMonitor, auto_setup_monitor_tick},
+    {kTimerAutoSetupLaunch, auto_setup_launch_tick},
+    {kTimerReadinessWait, readiness_tick},
+    {kTimerCliKickoff, cli_kickoff_tick},
+    {kTimerCliMonitor, practice_monitor_tick},
+    {kTimerCaptureKickoff, capture_kickoff_tick},
+    {kTimerMotionResume, motion_resume_tick},
+    {kTimerForceVideoWait, force_video_wait_tick},
     {kTimerSaveWindowState, on_save_window_state},
 };
 

@@ -5,12 +5,9 @@
 #include "app/timers.h"
 #include "app/ui_context.h"
 #include "ipc/shared_access.h"
+#include "procs/live_counters.h"
 
-static void press(UiContext* ui, int32_t command) {
-    SendMessageA(ui->window, WM_COMMAND, static_cast<WPARAM>(command), 0);
-}
-
-// For the modes whose features are still to come: a script must see the failure, and soon.
+// For the mode whose feature is still to come: a script must see the failure, and soon.
 static void give_up(UiContext* ui, const char* what) {
     log_error("%s: not available in this build", what);
     ui->cli.exit_code = 1;
@@ -39,14 +36,14 @@ static void kick_off_practice_test(UiContext* ui) {
     const ControlBlock* control = ui_control_block(ui);
     if (!ui->preview.log_on) {
         log_info("CLI: enabling Log On");
-        press(ui, kCmdLogOn);
+        ui_press(ui, kCmdLogOn);
     }
     if (control && shared_load(control->blob_circles) == 0) {
         log_info("CLI: enabling Blob Circles");
-        press(ui, kCmdCircles);
+        ui_press(ui, kCmdCircles);
     }
     log_info("CLI: launching practice");
-    press(ui, kCmdLaunchPractice);
+    ui_press(ui, kCmdLaunchPractice);
 
     int32_t published = 0;
     int64_t serial = 0;
@@ -64,7 +61,7 @@ void cli_kickoff_tick(UiContext* ui) {
         kick_off_practice_test(ui);
     } else if (ui->cli.mode == kModeAutoSetup) {
         log_info("CLI: triggering Auto Setup button");
-        give_up(ui, "auto setup");
+        ui_press(ui, kCmdAutoSetup);
     }
 }
 
@@ -84,15 +81,7 @@ static PracticeInputs gather_practice(UiContext* ui) {
     inputs.published_count = static_cast<int32_t>(shared_load(control->movie_published_count));
     inputs.serial = shared_load(control->movie_serial);
     inputs.frames = static_cast<int32_t>(shared_load(control->feed_frame_count[1]));
-    uint32_t slow[kFeedCount];
-    uint32_t active[kFeedCount];
-    ipc_lock(&ui->sync, kMutexOutput);
-    for (int32_t f = 0; f < kFeedCount; ++f) {
-        slow[f] = shared_load(control->motion_slow[f]);
-        active[f] = shared_load(control->motion_active[f]);
-    }
-    ipc_unlock(&ui->sync, kMutexOutput);
-    inputs.motion_active = any_motion_is_active(slow, active);
+    inputs.motion_active = read_motion_active(control, &ui->sync);
     return inputs;
 }
 

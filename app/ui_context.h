@@ -18,6 +18,7 @@
 #include "app/processes_tab.h"
 #include "app/settings_location.h"
 #include "app/window_state.h"
+#include "autosetup/run_controller.h"
 #include "ipc/sync_set.h"
 #include "jumpers/jumper_panel.h"
 #include "preview/grid_panel.h"
@@ -75,6 +76,7 @@ struct UiContext {
     ReadinessWait readiness = {};
     ForceVideoWait force_video = {};
     bool auto_sync_on_resume = false;
+    AutoSetupRun auto_setup = {};
 
     CliState cli = {};
 };
@@ -86,6 +88,11 @@ inline ControlBlock* ui_control_block(UiContext* ui) {
 
 inline void ui_set_status(UiContext* ui, const char* text) {
     SendMessageA(ui->status, SB_SETTEXTA, 0, reinterpret_cast<LPARAM>(text));
+}
+
+// Does what the button with this command does.
+inline void ui_press(UiContext* ui, int32_t command) {
+    SendMessageA(ui->window, WM_COMMAND, static_cast<WPARAM>(command), 0);
 }
 
 inline void ui_rebuild_processes(UiContext* ui) {

@@ -137,6 +137,15 @@ bool jumper_panel_owns(const JumperPanel* panel, HWND window) {
     return false;
 }
 
+int32_t jumper_panel_count(JumperPanel* panel) {
+    const JumperRegion* region = jumper_region(panel);
+    if (!region) return 0;
+    ipc_lock(panel->sync, kMutexJumpers);
+    const int32_t count = jumper_list_count(region);
+    ipc_unlock(panel->sync, kMutexJumpers);
+    return count;
+}
+
 void jumper_panel_select_bib(JumperPanel* panel, int32_t bib) {
     JumperRegion* region = jumper_region(panel);
     if (!region) return;

@@ -61,6 +61,9 @@ int32_t jumper_panel_load_interactive(JumperPanel* panel);
 // Loads jumpers.csv from the folder of the settings file, if there is one.
 void jumper_panel_auto_load(JumperPanel* panel, const char* settings_path);
 
+// Records in the list now; 0 without a region.
+int32_t jumper_panel_count(JumperPanel* panel);
+
 void jumper_panel_select_bib(JumperPanel* panel, int32_t bib);
 void jumper_panel_round_down(JumperPanel* panel);
 void jumper_panel_round_up(JumperPanel* panel);

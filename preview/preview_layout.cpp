@@ -31,7 +31,7 @@ constexpr PreviewButton kPreviewButtons[kPreviewButtonCount] = {
     {kCmdCircles, "Circles On", kFlowPlace, 0, 100, 28, 4, true},
     {kCmdSaveMotionRange, "Save Motion Range", kFlowPlace, 0, 130, 28, 5, true},
     {kCmdShadowRemoval, "motion shadow remove currently off", kFlowPlace, 0, 300, 28, 6, true},
-    {kCmdAutoSetup, "Auto Setup", kFlowPlace, 0, 100, 28, 7, false},
+    {kCmdAutoSetup, "Auto Setup", kFlowPlace, 0, 100, 28, 7, true},
     {kCmdSetRegion, "Set Region 0", kFlowPlace, 0, 80, 20, 8, true},
     {kCmdIgnoreRegion, "Ign Reg 0", kFlowPlace, 0, 80, 20, 8, true},
     {kCmdFeedOffset, "Set F0 Offset", kFlowPlace, 0, 110, 20, 8, true},

@@ -168,6 +168,10 @@ void preview_set_play_text(PreviewPanel* panel, const char* text) {
     preview_set_button_text(panel, kCmdPlay, text);
 }
 
+void preview_set_auto_setup_text(PreviewPanel* panel, const char* text) {
+    preview_set_button_text(panel, kCmdAutoSetup, text);
+}
+
 void preview_set_divider(PreviewPanel* panel, int32_t width) {
     panel->divider = width;
     if (panel->created) show_new_places(panel);

@@ -1,5 +1,6 @@
 #include "procs/live_counters.h"
 
+#include "app/practice_monitor.h"
 #include "ipc/shared_access.h"
 
 int32_t read_live_channel(const ControlBlock* control, IpcSyncSet* sync) {
@@ -26,6 +27,18 @@ FeedSyncOffsets align_feeds(ControlBlock* control, IpcSyncSet* sync, uint32_t nw
     for (int32_t f = 0; f < kFeedCount; ++f) shared_store(control->feed_sync_offset[f], offsets.offset[f]);
     ipc_unlock(sync, kMutexOutput);
     return offsets;
+}
+
+bool read_motion_active(const ControlBlock* control, IpcSyncSet* sync) {
+    uint32_t slow[kFeedCount];
+    uint32_t active[kFeedCount];
+    ipc_lock(sync, kMutexOutput);
+    for (int32_t f = 0; f < kFeedCount; ++f) {
+        slow[f] = shared_load(control->motion_slow[f]);
+        active[f] = shared_load(control->motion_active[f]);
+    }
+    ipc_unlock(sync, kMutexOutput);
+    return any_motion_is_active(slow, active);
 }
 
 void read_motion_idx(const ControlBlock* control, IpcSyncSet* sync, uint32_t motion_idx[kFeedCount]) {

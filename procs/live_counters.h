@@ -16,5 +16,8 @@ int32_t read_live_nw(const ControlBlock* control, IpcSyncSet* sync, uint32_t nw[
 // Reads the same counters and stores the offsets between them as feed_sync_offset.
 FeedSyncOffsets align_feeds(ControlBlock* control, IpcSyncSet* sync, uint32_t nw[kFeedCount]);
 
+// Whether a jumper is in front of any camera, as far as the motion workers have told.
+bool read_motion_active(const ControlBlock* control, IpcSyncSet* sync);
+
 // The frame counters of the motion workers.
 void read_motion_idx(const ControlBlock* control, IpcSyncSet* sync, uint32_t motion_idx[kFeedCount]);

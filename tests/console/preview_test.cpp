@@ -290,7 +290,7 @@ TEST_F(Preview, EveryButtonHasItsTextAndSizeAndTheTopRowItsPlaces) {
         {717, "Log On", 80, 28, true, -1},
         {718, "Circles On", 100, 28, true, -1},
         {719, "Save Motion Range", 130, 28, true, -1},
-        {720, "Auto Setup", 100, 28, false, -1},
+        {720, "Auto Setup", 100, 28, true, -1},
         {721, "Ign Reg 0", 80, 20, true, -1},
         {722, "Ign Reg 1", 80, 20, true, -1},
         {723, "Ign Reg 2", 80, 20, true, -1},
