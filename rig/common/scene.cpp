@@ -124,13 +124,16 @@ uint32_t scene_display_type(const Scene* scene, int64_t tick) {
     return metre >= scene_metre_of_column(1, kSceneWidth / 2.0) && metre <= last_metre() + 5 ? 2 : 0;
 }
 
+double scene_tick_of_column(const Scene* scene, int32_t jumper, int32_t feed, double column) {
+    const Run run = run_of(scene->config, jumper);
+    return run.start_tick + (scene_metre_of_column(feed, column) - first_metre()) / run.metres_per_tick;
+}
+
 ScenePassage scene_passage(const Scene* scene, int32_t jumper, int32_t feed) {
     const Run run = run_of(scene->config, jumper);
-    const double enter_metre = scene_metre_of_column(feed, 0);
-    const double leave_metre = scene_metre_of_column(feed, kSceneWidth - 1);
-    auto tick_of = [&](double metre) { return run.start_tick + (metre - first_metre()) / run.metres_per_tick; };
-    ScenePassage passage{static_cast<int64_t>(std::ceil(tick_of(enter_metre))) - 1,
-                         static_cast<int64_t>(std::floor(tick_of(leave_metre))) + 1};
+    ScenePassage passage{
+        static_cast<int64_t>(std::ceil(scene_tick_of_column(scene, jumper, feed, 0))) - 1,
+        static_cast<int64_t>(std::floor(scene_tick_of_column(scene, jumper, feed, kSceneWidth - 1))) + 1};
     // The closed form may be off by a rounding at the very edge; the placing itself decides.
     while (place_jumper(run, jumper, feed, passage.entry).x < 0) ++passage.entry;
     while (place_jumper(run, jumper, feed, passage.exit).x > kSceneWidth - 1) --passage.exit;

@@ -71,6 +71,8 @@ bool scene_jumper_at(const Scene* scene, int32_t feed, int64_t tick, SceneJumper
 uint32_t scene_display_type(const Scene* scene, int64_t tick);
 
 ScenePassage scene_passage(const Scene* scene, int32_t jumper, int32_t feed);
+// When his centroid passes a column, as a fraction of ticks; columns outside the picture are allowed.
+double scene_tick_of_column(const Scene* scene, int32_t jumper, int32_t feed, double column);
 // First tick at which the last jumper has gone and the hill has been empty for a second; -1 when they never end.
 int64_t scene_end_tick(const Scene* scene);
 

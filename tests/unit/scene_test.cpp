@@ -181,6 +181,17 @@ TEST(Scene, AJumperCrossesEveryFeedInOrderAndAtPlausibleSpeed) {
     EXPECT_EQ(scene_end_tick(&scene), last_exit + 60);
 }
 
+TEST(Scene, AColumnIsPassedWhenTheJumperIsThere) {
+    Scene scene;
+    scene_init(&scene, SceneConfig{});
+    for (int32_t feed = 0; feed < kSceneFeeds; ++feed) {
+        const int64_t tick = scene_passage(&scene, 3, feed).entry + 17;
+        SceneJumper at{};
+        ASSERT_TRUE(scene_jumper_at(&scene, feed, tick, &at));
+        EXPECT_NEAR(scene_tick_of_column(&scene, 3, feed, at.x), static_cast<double>(tick), 1e-6);
+    }
+}
+
 // What lets the cameras be aligned: for a dozen frames both show the jumper, and at the same metre.
 TEST(Scene, NeighbouringFeedsShareAJumperAtTheSameMetre) {
     Scene scene;
