@@ -26,6 +26,8 @@ constexpr Subcommand kSubcommands[] = {
      "  orvekctl settings set FILE KEY VALUE\n"
      "  orvekctl settings check FILE\n"},
     {"jumpers", orvekctl_jumpers, "  orvekctl jumpers check FILE\n"},
+    {"analyze", orvekctl_analyze,
+     "  orvekctl analyze [--settings FILE] [--out DIR] [--motion-end-x N] [--report FILE] LOG_DIR\n"},
 #ifdef _WIN32
     {"status", orvekctl_status, "  orvekctl status [--json] [--watch]\n"},
 #endif

@@ -11,6 +11,7 @@ inline constexpr int32_t kFailed = 2;  // bad usage, or a file that cannot be re
 
 int32_t orvekctl_settings(int argc, char** argv);
 int32_t orvekctl_jumpers(int argc, char** argv);
+int32_t orvekctl_analyze(int argc, char** argv);
 
 #ifdef _WIN32
 int32_t orvekctl_status(int argc, char** argv);

@@ -150,9 +150,7 @@ static bool read_text(const char* path, std::string* text) {
     return error == 0;
 }
 
-// The record as the controller would hold it after loading `path`; null, with the error told, when there is no such
-// file.
-static std::unique_ptr<Settings> load_record(const char* path) {
+std::unique_ptr<Settings> load_settings_record(const char* path) {
     std::string text;
     if (!read_text(path, &text)) {
         file_error("read", path, errno);
@@ -166,7 +164,7 @@ static std::unique_ptr<Settings> load_record(const char* path) {
 static int32_t format_file(int argc, char** argv) {
     const bool has_out = argc == 3 && strcmp(argv[1], "--out") == 0;
     if (argc != 1 && !has_out) return usage_error();
-    const std::unique_ptr<Settings> settings = load_record(argv[0]);
+    const std::unique_ptr<Settings> settings = load_settings_record(argv[0]);
     if (!settings) return kFailed;
     return settings_save(settings.get(), has_out ? argv[2] : argv[0]) == 0 ? kDone : kFailed;
 }
@@ -179,7 +177,7 @@ static int32_t list_settings(int argc, char**) {
 
 static int32_t get_value(int argc, char** argv) {
     if (argc != 2) return usage_error();
-    const std::unique_ptr<Settings> settings = load_record(argv[0]);
+    const std::unique_ptr<Settings> settings = load_settings_record(argv[0]);
     if (!settings) return kFailed;
     const int32_t row = setting_row_find(argv[1]);
     if (row < 0) {
@@ -194,7 +192,7 @@ static int32_t get_value(int argc, char** argv) {
 
 static int32_t set_value(int argc, char** argv) {
     if (argc != 3) return usage_error();
-    const std::unique_ptr<Settings> settings = load_record(argv[0]);
+    const std::unique_ptr<Settings> settings = load_settings_record(argv[0]);
     if (!settings) return kFailed;
     const std::string refusal = settings_set_from_text(settings.get(), argv[1], argv[2]);
     if (!refusal.empty()) {

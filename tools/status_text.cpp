@@ -6,6 +6,7 @@
 
 #include "app/log.h"
 #include "ipc/sync_objects.h"
+#include "tools/json_text.h"
 
 // The live channel as an index.
 static int32_t live_channel(const ControlBlock& block) {
@@ -118,32 +119,6 @@ std::string status_as_text(const StatusSnapshot& status) {
 }
 
 // ------------------------------------------------------------------------------------------------------------ JSON
-
-static void append_key(std::string* out, const char* key) {
-    if (out->back() != '{' && out->back() != '[') out->append(", ");
-    out->append("\"").append(key).append("\": ");
-}
-
-static void append_number(std::string* out, const char* key, int64_t value) {
-    append_key(out, key);
-    out->append(std::to_string(value));
-}
-
-template <class T, size_t n>
-static void append_values(std::string* out, const T (&values)[n]) {
-    out->push_back('[');
-    for (const T& value : values) {
-        if (out->back() != '[') out->append(", ");
-        out->append(std::to_string(static_cast<int64_t>(value)));
-    }
-    out->push_back(']');
-}
-
-template <class T, size_t n>
-static void append_array(std::string* out, const char* key, const T (&values)[n]) {
-    append_key(out, key);
-    append_values(out, values);
-}
 
 static void append_rates(std::string* out, const char* key, const double (&values)[kFeedCount]) {
     char text[128];
