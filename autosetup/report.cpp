@@ -205,16 +205,18 @@ static void put_jumps(const AutoSetupWorkspace* workspace, std::string* html) {
     close_section(html);
 }
 
-static void put_offsets(const AutoSetupWorkspace* workspace, int32_t pair, std::string* html) {
+static void put_offsets(const AutoSetupWorkspace* workspace, const AnalysisEnd& end, int32_t pair,
+                        std::string* html) {
     const AlignRecord* records = pair == 0 ? workspace->align_01 : workspace->align_12;
     const int32_t feed = pair == 0 ? 0 : 2;
     DotPlot plot = {};
     plot.id = pair == 0 ? "plot-align-01" : "plot-align-12";
     plot.title = pair == 0 ? "Feed 0 to feed 1" : "Feed 1 to feed 2";
-    plot.across = "measurement";
+    plot.across = "jump";
     for (int32_t j = 0; j < kJumpLimit; ++j) {
         if (!records[j].valid) continue;
         plot.value.push_back(records[j].offset);
+        plot.number.push_back(j);
         plot.counted.push_back(records[j].pairs >= 2);
     }
     if (plot.value.empty()) {
@@ -231,7 +233,7 @@ static void put_offsets(const AutoSetupWorkspace* workspace, int32_t pair, std::
     if (plot.has_median) put(&plot.caption, ", median %lld frames", static_cast<long long>(plot.median));
     plot.caption +=
         "; beyond ±60 frames an offset is not believed. Hollow: guessed from the pause between the feeds. ";
-    if (workspace->sync_valid[feed]) {
+    if (end.result == 0 && workspace->sync_valid[feed]) {
         put(&plot.caption, "feed_sync_offset[%d] = %d frames.", feed, workspace->sync_offset[feed]);
     } else {
         put(&plot.caption, "feed_sync_offset[%d] stays as it was.", feed);
@@ -254,6 +256,7 @@ static void put_gap_samples(const char* id, const char* title, const int32_t* sa
     plot.across = "sample";
     for (int32_t i = 0; i < count; ++i) {
         plot.value.push_back(samples[i]);
+        plot.number.push_back(i);
         const int64_t distance = std::abs(int64_t{samples[i]} - robust.initial_median);
         plot.counted.push_back(judged && (reach == 0 || distance <= reach));
     }
@@ -276,13 +279,15 @@ static void put_gap_samples(const char* id, const char* title, const int32_t* sa
     plot_dots(plot, html);
 }
 
-static void put_gap_result(const AutoSetupWorkspace* workspace, int32_t gap, std::string* html) {
+static void put_gap_result(const AutoSetupWorkspace* workspace, const AnalysisEnd& end, int32_t gap,
+                           std::string* html) {
     constexpr const char* kMethods[] = {"", "from the scene triggers", "from the feed alignment",
                                         "from the scene triggers of feeds 0 and 2, less the first gap"};
     put(html, "<p>Gap between feed %d and feed %d: ", gap, gap + 1);
     if (!workspace->gap_valid[gap]) {
         const char* kept = workspace->gaps.kept[gap];
-        put(html, "kept, %s.</p>\n", kept ? kept : "it was not measured");
+        const char* unmeasured = end.result != 0 ? report_failure(workspace) : "it was not measured";
+        put(html, "kept, %s.</p>\n", kept ? kept : unmeasured);
         return;
     }
     put(html, "<b>%d frames</b> %s; %d sample%s, median deviation %d.</p>\n", workspace->gap_frames[gap],
@@ -290,17 +295,17 @@ static void put_gap_result(const AutoSetupWorkspace* workspace, int32_t gap, std
         plural(workspace->gap_samples[gap]), workspace->gap_mad[gap]);
 }
 
-static void put_alignment(const AutoSetupWorkspace* workspace, std::string* html) {
+static void put_alignment(const AutoSetupWorkspace* workspace, const AnalysisEnd& end, std::string* html) {
     open_section("alignment", "Alignment of the feeds", html);
     *html += "<p>How far the later feed's frame numbers are ahead at the same moment, per jump.</p>\n";
-    put_offsets(workspace, 0, html);
-    put_offsets(workspace, 1, html);
+    put_offsets(workspace, end, 0, html);
+    put_offsets(workspace, end, 1, html);
     close_section(html);
     open_section("gaps", "Gaps between the feeds", html);
-    *html += "<p>Frames in which neither camera covers the jumper; −30 to 150 are believed.</p>\n";
+    *html += "<p>Frames in which neither camera covers the jumper; -30 to 150 are believed.</p>\n";
     const GapTrace& gaps = workspace->gaps;
-    put_gap_result(workspace, 0, html);
-    put_gap_result(workspace, 1, html);
+    put_gap_result(workspace, end, 0, html);
+    put_gap_result(workspace, end, 1, html);
     put_gap_samples("plot-gap-01", "Feed 0 to feed 1, scene triggers", gaps.trigger_01, gaps.trigger_01_count, html);
     put_gap_samples("plot-gap-12", "Feed 1 to feed 2, alignment", gaps.alignment, gaps.alignment_count, html);
     put_gap_samples("plot-gap-02", "Feed 0 to feed 2, scene triggers", gaps.trigger_02, gaps.trigger_02_count, html);
@@ -388,7 +393,7 @@ void auto_setup_report(const AutoSetupWorkspace* workspace, const Settings* befo
     report_kept_settings(targets, before, after, html);
     close_section(html);
     put_jumps(workspace, html);
-    put_alignment(workspace, html);
+    put_alignment(workspace, end, html);
     put_bands(workspace, before, end, html);
     put_tables(workspace, after, html);
     put_logs(workspace, html);
@@ -396,7 +401,11 @@ void auto_setup_report(const AutoSetupWorkspace* workspace, const Settings* befo
 }
 
 int32_t auto_setup_write_report(const char* settings_path, const std::string& html) {
-    const std::string_view whole(settings_path ? settings_path : "");
+    if (!settings_path) {
+        log_error("auto setup: no settings path to put the report beside");
+        return -1;
+    }
+    const std::string_view whole(settings_path);
     const size_t separator = whole.find_last_of("/\\");
     const std::string path =
         std::string(whole.substr(0, separator == std::string_view::npos ? 0 : separator + 1)) + kFileName;

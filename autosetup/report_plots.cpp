@@ -8,7 +8,7 @@
 namespace {
 
 constexpr double kPictureWidth = 960;
-constexpr double kLeft = 60, kRight = 16, kTop = 26, kBottom = 34;
+constexpr double kLeft = 60, kRight = 16, kTop = 34, kBottom = 34;
 constexpr double kCharacterWidth = 7;  // of an axis label, a guess on the safe side
 constexpr double kJumpGap = 8, kJumpLeast = 14;
 constexpr int32_t kRows = 540;
@@ -181,7 +181,7 @@ void plot_blob_columns(const AutoSetupWorkspace* workspace, int32_t feed, std::s
         blobs += span.count;
         put_jump_labels(jump, j, first->seq, kTop + kHeight, &labels_end, html);
     }
-    put_text(4, kTop - 8, "start", "column", html);
+    put_text(4, 12, "start", "column", html);
     std::string caption;
     put(&caption, "<b>Feed %d.</b> %d of %d blobs shown", feed, drawn, blobs);
     const int32_t dropped = workspace->blob_count[feed] - blobs;
@@ -209,7 +209,8 @@ static void put_bounds(const DotPlot& plot, const Axis& axis, std::string* html)
         put_horizontal("bound", on_axis(axis, value), html);
         std::string text;
         put(&text, "bound %lld", static_cast<long long>(bound));
-        put_text(kPictureWidth - kRight - 4, on_axis(axis, value) - 4, "end", text.c_str(), html);
+        const double y = on_axis(axis, value) + (bound == plot.low ? 13 : -4);
+        put_text(kPictureWidth - kRight - 4, y, "end", text.c_str(), html);
     }
 }
 
@@ -226,9 +227,10 @@ void plot_dots(const DotPlot& plot, std::string* html) {
         const double x = kLeft + step * (static_cast<double>(i) + 0.5);
         put(html, "<circle class=\"%s\" cx=\"%.1f\" cy=\"%.1f\" r=\"4\"/>\n",
             plot.counted[i] ? "counted" : "left-out", x, on_axis(axis, static_cast<double>(plot.value[i])));
-        if (step >= 3 * kCharacterWidth) put_text(x, kTop + kHeight + 16, "middle", std::to_string(i).c_str(), html);
+        if (step >= 3 * kCharacterWidth)
+            put_text(x, kTop + kHeight + 16, "middle", std::to_string(plot.number[i]).c_str(), html);
     }
-    put_text(4, kTop - 8, "start", "frames", html);
+    put_text(4, 12, "start", "frames", html);
     put_text(kPictureWidth - kRight, kTop + kHeight + 30, "end", plot.across, html);
     close_picture("<b>" + std::string(plot.title) + ".</b> " + plot.caption, html);
 }
@@ -278,7 +280,7 @@ void plot_motion_band(const AutoSetupWorkspace* workspace, const Settings* befor
     put_blob_rows(workspace, feed, rows, html);
     put_old_band(before, feed, rows, html);
     put_column_ticks(kTop + kHeight, html);
-    put_text(4, kTop - 8, "start", "row", html);
+    put_text(4, 12, "start", "row", html);
     std::string caption;
     put(&caption, "<b>Feed %d.</b> Blobs on rows %d … %d", feed, workspace->bbox_y_min[feed],
         workspace->bbox_y_max[feed]);
@@ -318,7 +320,7 @@ void plot_pixel_frames(const Settings* settings, int32_t feed, std::string* html
     put_value_ticks(frames, html);
     for (int32_t i = 0; i < 3; ++i) put_curve(tables[i], frames, kKinds[i], html);
     put_column_ticks(kTop + kHeight, html);
-    put_text(4, kTop - 8, "start", "frames", html);
+    put_text(4, 12, "start", "frames", html);
     std::string caption;
     put(&caption, "<b>Feed %d.</b> Column 0: %d to start, %d to scene, %d to end; column 1919: %d, %d, %d frames.",
         feed, tables[0][0], tables[1][0], tables[2][0], tables[0][kPixelColumns - 1], tables[1][kPixelColumns - 1],

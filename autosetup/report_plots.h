@@ -14,11 +14,12 @@ void plot_blob_columns(const AutoSetupWorkspace* workspace, int32_t feed, std::s
 
 // Measurements side by side, with the value taken from them.
 struct DotPlot {
-    const char* id;     // for the page
-    const char* title;  // may hold HTML entities
-    const char* across;
-    std::vector<int64_t> value;  // frames; at least one
-    std::vector<bool> counted;   // as many; those left out are hollow
+    const char* id;               // for the page
+    const char* title;            // may hold HTML entities
+    const char* across;           // what `number` counts
+    std::vector<int64_t> value;   // frames; at least one
+    std::vector<int32_t> number;  // as many
+    std::vector<bool> counted;    // as many; those left out are hollow
     bool has_median;
     int64_t median;
     int64_t low, high;  // the bounds for a single value; equal: none

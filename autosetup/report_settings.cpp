@@ -16,7 +16,7 @@ constexpr char kTablesName[] = "pixel_frames.txt";
 constexpr const char* kNotInUse[kAnalysisFeeds] = {"feed 0 is not in use", "feed 1 is not in use",
                                                    "feed 2 is not in use"};
 
-// Units by the beginning of a key; the longer beginning stands first.
+// Units by the beginning of a key.
 constexpr struct {
     const char* beginning;
     const char* unit;
@@ -68,6 +68,12 @@ static const char* reason_or(const char* reason, const char* fallback) {
     return reason ? reason : fallback;
 }
 
+static const char* kept_offset(const AutoSetupWorkspace* workspace, const Settings* before, int32_t feed) {
+    if (feed == 1) return before->feed_sync_offset[1] == 0 ? "feed 1 is the reference, its offset is 0" : nullptr;
+    if (workspace->sync_valid[feed]) return nullptr;
+    return reason_or(workspace->alignment.kept[feed / 2], "it was not measured");
+}
+
 // What apply_auto_setup_results would write for one feed, and what holds it back.
 static void add_feed_targets(const AutoSetupWorkspace* workspace, const Settings* before, int32_t feed,
                              const char* failure, std::vector<ReportTarget>* targets) {
@@ -81,10 +87,8 @@ static void add_feed_targets(const AutoSetupWorkspace* workspace, const Settings
     for (const char* name : {"motion_start_x", "motion_end_x"})
         targets->push_back(
             {indexed(name, feed), common || has_width ? common : "the run had no width trial", missed});
-    const bool unaligned = !common && !workspace->sync_valid[feed];
-    const char* reason = feed == 1 ? nullptr : workspace->alignment.kept[feed / 2];
-    targets->push_back({indexed("feed_sync_offset", feed),
-                        unaligned ? reason_or(reason, "it was not measured") : common, missed || unaligned});
+    const char* offset_kept = common ? common : kept_offset(workspace, before, feed);
+    targets->push_back({indexed("feed_sync_offset", feed), offset_kept, active && feed != 1 && offset_kept});
 }
 
 std::vector<ReportTarget> report_targets(const AutoSetupWorkspace* workspace, const Settings* before,
@@ -192,10 +196,10 @@ static void put_changed_table(const Settings* before, const Settings* after, int
     if (columns == 0) return;
     put(html,
         "<tr><th scope=\"row\"><code>pixel_frames[%d]</code><small>Frames to start, scene change and end of the "
-        "movie, in pixel_frames.txt; %d of %d columns differ</small></th><td class=\"number\">",
+        "movie, in pixel_frames.txt; %d of %d columns differ</small></th><td class=\"number range\">",
         feed, columns, kPixelColumns);
     put_table_state(before, feed, html);
-    *html += "</td><td class=\"number\"><b>";
+    *html += "</td><td class=\"number range\"><b>";
     put_table_state(after, feed, html);
     *html += "</b></td><td></td><td>frames</td></tr>\n";
 }
@@ -207,8 +211,9 @@ void report_changed_settings(const Settings* before, const Settings* after, std:
     }
     *html +=
         "<div class=\"scroll\" tabindex=\"0\" role=\"region\" aria-label=\"Changed settings\"><table>\n"
-        "<thead><tr><th scope=\"col\">Setting</th><th scope=\"col\">Before</th><th scope=\"col\">After</th>"
-        "<th scope=\"col\">Change</th><th scope=\"col\">Unit</th></tr></thead>\n<tbody>\n";
+        "<thead><tr><th scope=\"col\">Setting</th><th scope=\"col\" class=\"number\">Before</th><th scope=\"col\" "
+        "class=\"number\">After</th>"
+        "<th scope=\"col\" class=\"number\">Change</th><th scope=\"col\">Unit</th></tr></thead>\n<tbody>\n";
     for (int32_t row = 0; row < kSettingRowCount; ++row)
         if (row_differs(before, after, row)) put_changed_row(before, after, row, html);
     for (int32_t feed = 0; feed < kAnalysisFeeds; ++feed) put_changed_table(before, after, feed, html);
@@ -223,7 +228,7 @@ static void put_target_value(const ReportTarget& target, const Settings* after, 
         *html += " = ";
         put_escaped(html, value_text(after, row));
     }
-    *html += "</code><br/>";
+    *html += "</code> ";
 }
 
 static bool is_same_reason(const char* a, const char* b) {
@@ -235,7 +240,7 @@ static void put_reason(const std::vector<const ReportTarget*>& targets, const ch
                        std::string* html) {
     *html += "<tr><th scope=\"row\">";
     put_escaped(html, reason ? reason : "measured again, with the same result");
-    *html += "</th><td>";
+    *html += "</th><td class=\"items\">";
     for (const ReportTarget* target : targets)
         if (is_same_reason(target->kept, reason)) put_target_value(*target, after, html);
     *html += "</td></tr>\n";

@@ -11,7 +11,7 @@ inline constexpr char kReportStyle[] = R"css(
 nav{display:none}.scroll{overflow:visible}figure,tr,#verdict{break-inside:avoid}h2,h3{break-after:avoid}
 *{print-color-adjust:exact;-webkit-print-color-adjust:exact}}
 *{box-sizing:border-box}
-body{margin:0 auto;max-width:62rem;padding:1.5rem 1rem 4rem;background:var(--page);color:var(--text);
+body{margin:0 auto;max-width:68rem;padding:1.5rem 1rem 4rem;background:var(--page);color:var(--text);
 font:1rem/1.5 "Segoe UI",system-ui,sans-serif}
 h1{font-size:1.6rem;margin:0}h2{font-size:1.25rem;margin:2.5rem 0 .5rem;border-bottom:1px solid var(--line)}
 .date,small,figcaption,.legend,.missing{color:var(--soft)}
@@ -25,7 +25,9 @@ nav{margin:1rem 0}nav a{margin-right:1rem}a{color:var(--blue)}
 table{border-collapse:collapse;width:100%;font-size:.92rem}
 th,td{text-align:left;vertical-align:top;padding:.35rem .6rem;border-bottom:1px solid var(--line)}
 thead th{color:var(--soft);font-weight:600}tbody th{font-weight:normal}
-.number{text-align:right;font-variant-numeric:tabular-nums;overflow-wrap:anywhere}
+.number{text-align:right;font-variant-numeric:tabular-nums;max-width:22rem;overflow-wrap:anywhere}
+.range{white-space:nowrap}.items code{display:inline-block;margin-right:1.5rem}#kept th{width:14rem;min-width:10rem}
+#jumps table{font-size:.85rem}#jumps th{white-space:nowrap}
 code{font-family:Consolas,"DejaVu Sans Mono",monospace;font-size:.92em;overflow-wrap:anywhere}
 td.accepted,.key.accepted{color:var(--good)}td.outlier,.key.outlier{color:var(--warn)}
 td.invalid,.key.invalid{color:var(--bad)}
