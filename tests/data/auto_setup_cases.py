@@ -287,6 +287,64 @@ def by_hand(seed, rows, **traits):
     return maker
 
 
+class Wild(Maker):
+    """No jumpers at all, only rows that keep to the form: ties, steps back, columns anywhere, odd grid lines."""
+
+    def grids(self):
+        r, s = self.random, self.settings
+        for f in range(3):
+            s["meter_line_count[%d]" % f] = count = r.choice([0, 1, 2, 2, 3, 4, 6, 30])
+            s["meter_line_start[%d]" % f] = r.choice([0, 35, r.randrange(-50, 100)])
+            s["meter_line_increment[%d]" % f] = r.choice([5, 5, 1, 0, -5, r.randrange(-40, 40)])
+            columns = [r.randrange(-500, 2500) for _ in range(r.choice([2, 4, 30]))]
+            for line in range(count):
+                if r.random() < 0.9:
+                    x = r.choice(columns)
+                    s["@far[%d][%2d]" % (f, line)] = "%d,%d" % (x + r.randrange(2), r.randrange(3))
+                    s["@near[%d][%2d]" % (f, line)] = "%d,%d" % (x, r.randrange(3))
+        s["scene_trigger_f0_fraction"] = r.choice([0.9, round(r.random(), 4), 0.0003, 1])
+
+    def play(self):
+        r = self.random
+        self.triggers = False
+        jumps = r.choice([1, 3, 5, 8, 24])
+        clock = 10**6
+        seq = [r.randrange(100) for _ in range(3)]
+        slope = r.choice([1, 8, 40, 130])
+        for _ in range(jumps):
+            for f in range(3):
+                seq[f] += r.choice([0, 5, 61, 100, 100, 300, -400])
+                self.wild_jump(f, seq, clock, slope)
+            clock += r.choice([1, 50, 200]) * 10**4
+        for _ in range(r.choice([0, 0, 8, 30, 700])):
+            self.logs[1].append("=" + r.choice([
+                "movie_active 0->1", "SCENE TRIGGER (f1) fire_seq=%d", "SCENE TRIGGER (f1) fire_seq=%d",
+                "SCENE TRIGGER (f2) fire_seq=%d", "SCENE TRIGGER OVERRIDE (f0) fire_seq=%d",
+                "SCENE TRIGGER OVERRIDE (f0) fire_seq=%d", "SCENE TRIGGER (f1) SCENE TRIGGER OVERRIDE (f0) fire_seq=%d",
+            ]).replace("%d", str(r.choice([r.randrange(60), r.randrange(-40, 1200)]))))
+
+    def wild_jump(self, f, seq, clock, slope):
+        r = self.random
+        x = r.choice([0, 5, 900, r.randrange(-50, 2000)])
+        tick = r.choice([0, 1000, 16667, 16667, 16667])
+        start = seq[f]
+        for _ in range(r.choice([1, 2, 4, 5, 8, 12, 12, 20, 30])):
+            ts = "-" if r.random() < 0.02 else str(clock + (seq[f] - start) * tick + f * r.choice([0, 2000]))
+            words = [str(seq[f]), ts, str(r.choice([300, 300, r.randrange(1, 400)])), str(x)]
+            words += [str(r.randrange(500)) for _ in range(r.choice([0, 1, 3, 6]))]
+            row = "r " + " ".join(words)
+            if r.random() < 0.03:
+                row = "=" + self.mangled(reference.expand_record(f, words))
+            self.logs[f].append(row)
+            seq[f] += r.choice([1, 1, 2, 3, 5, 5, 9, r.choice([0, -3, 55, 60, 61])])
+            x += r.choice([slope, slope, slope + 3, r.randrange(-30, 60)])
+
+    def mangled(self, line):
+        r = self.random
+        at = r.randrange(len(line))
+        return line[:at] + r.choice(["", " ", "-", "9", "x", "  ", "seq=", "feed "]) + line[at + r.randrange(3):]
+
+
 def passes(feed_paths, count=8):
     """Rows for jumps given as (feed, first seq, last seq, first x, last x)."""
     rows = []
@@ -434,6 +492,8 @@ def fixtures():
         **plain(feed_count=3, triggers=False)))
     add("scene_fraction_above_1", "A scene fraction of 1.2", make(70, feed_count=3, jumpers=3, fraction=1.2))
     add("scene_fraction_zero", "A scene fraction of 0", make(71, feed_count=3, jumpers=3, fraction=0))
+    for seed in range(1, 13):
+        add("wild_%d" % seed, "No jumpers, only rows that keep to the form (seed %d)" % seed, Wild(seed))
     for seed in range(1, 9):
         add("mixed_%d" % seed, "Anything may happen (seed %d)" % seed, Maker(seed, jumpers=4 + seed % 3, stride=3))
     return out
@@ -456,7 +516,7 @@ def main(arguments):
         return 0
     if len(arguments) == 4 and arguments[0] == "--random":
         first, count = int(arguments[1]), int(arguments[2])
-        write_cases(arguments[3], [("seed_%06d" % seed, "seed %d" % seed, Maker(seed).build())
+        write_cases(arguments[3], [("seed_%06d" % seed, "seed %d" % seed, (Wild if seed % 2 else Maker)(seed).build())
                                    for seed in range(first, first + count)])
         return 0
     print(__doc__, file=sys.stderr)

@@ -1067,7 +1067,7 @@ def frame_curve(blobs):
         if d == a:
             continue
         slope = fdiv(f32(samples[k + 3] - samples[k]), float(d - a))
-        for column in range(b + 1, c):
+        for column in range(min(b, c) + 1, max(b, c)):
             put(column, f32(curve[b] + f32(float(column - b) * slope)))
         if k == 0:
             for column in range(a):

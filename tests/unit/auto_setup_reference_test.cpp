@@ -312,10 +312,18 @@ static Lines run_case(const ReferenceCase& reference) {
     return lines;
 }
 
+// Undefined values are printed with or without a sign, depending on the system.
+static std::string with_plain_nan(std::string line) {
+    for (const char* spelling : {"-nan(ind)", "nan(ind)", "-nan"})
+        for (size_t at = line.find(spelling); at != std::string::npos; at = line.find(spelling))
+            line.replace(at, strlen(spelling), "nan");
+    return line;
+}
+
 // A sentence about the first line that differs, "" when none does.
 static std::string first_difference(const Lines& ours, const Lines& expected) {
     for (size_t i = 0; i < std::max(ours.size(), expected.size()); ++i) {
-        const std::string our_line = i < ours.size() ? ours[i] : "(nothing)";
+        const std::string our_line = i < ours.size() ? with_plain_nan(ours[i]) : "(nothing)";
         const std::string expected_line = i < expected.size() ? expected[i] : "(nothing)";
         if (our_line == expected_line) continue;
         return "line " + std::to_string(i + 1) + "\n  expected: " + expected_line + "\n  ours:     " + our_line;
