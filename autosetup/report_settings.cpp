@@ -162,15 +162,15 @@ static std::string difference_text(const Settings* before, const Settings* after
 static void put_changed_row(const Settings* before, const Settings* after, int32_t row, std::string* html) {
     const SettingDescriptor& setting = kSettingTable[row];
     const std::string_view help(setting.description);
+    const char* kind = setting.type == SETTING_STRING ? "text" : "number";
     *html += "<tr><th scope=\"row\"><code>";
     put_escaped(html, setting.key);
     *html += "</code><small>";
     put_escaped(html, help.substr(0, help.find_first_of("\r\n")));
-    *html += setting_row_is_saved(row) ? "</small></th><td class=\"number\">"
-                                       : " (not stored in settings.txt)</small>"
-                                         "</th><td class=\"number\">";
+    put(html, "%s</small></th><td class=\"%s\">", setting_row_is_saved(row) ? "" : " (not stored in settings.txt)",
+        kind);
     put_escaped(html, value_text(before, row));
-    *html += "</td><td class=\"number\"><b>";
+    put(html, "</td><td class=\"%s\"><b>", kind);
     put_escaped(html, value_text(after, row));
     *html += "</b></td><td class=\"number\">";
     put_escaped(html, difference_text(before, after, row));

@@ -25,15 +25,16 @@ nav{margin:1rem 0}nav a{margin-right:1rem}a{color:var(--blue)}
 table{border-collapse:collapse;width:100%;font-size:.92rem}
 th,td{text-align:left;vertical-align:top;padding:.35rem .6rem;border-bottom:1px solid var(--line)}
 thead th{color:var(--soft);font-weight:600}tbody th{font-weight:normal}
-.number{text-align:right;font-variant-numeric:tabular-nums;max-width:22rem;overflow-wrap:anywhere}
+.number{text-align:right;font-variant-numeric:tabular-nums}.text{overflow-wrap:anywhere}
 .range{white-space:nowrap}.items code{display:inline-block;margin-right:1.5rem}#kept th{width:14rem;min-width:10rem}
 #jumps table{font-size:.85rem}#jumps th{white-space:nowrap}
-code{font-family:Consolas,"DejaVu Sans Mono",monospace;font-size:.92em;overflow-wrap:anywhere}
+code{font-family:Consolas,"DejaVu Sans Mono",monospace;font-size:.92em}th code{white-space:nowrap}
 td.accepted,.key.accepted{color:var(--good)}td.outlier,.key.outlier{color:var(--warn)}
 td.invalid,.key.invalid{color:var(--bad)}
 td.accepted,td.outlier,td.invalid{font-weight:600}
-figure{margin:1rem 0 1.5rem}figcaption{font-size:.9rem}
-svg{display:block;width:100%;height:auto;font-size:12px}
+figure{margin:1rem 0 1.5rem;overflow-x:auto}figcaption{font-size:.9rem}
+svg{display:block;width:100%;min-width:40rem;height:auto;font-size:12px}
+@media print{svg{min-width:0}}
 svg text{fill:var(--soft)}
 svg path{fill:none}
 .frame{fill:var(--panel);stroke:var(--line)}
