@@ -236,6 +236,103 @@ TEST_F(AutoSetup, TheJumperLimitCountsTheStartListAndWaitsForTheJumperInTheAir) 
 }
 
 namespace {
+
+// The same with logs that can be analysed, as workers would have left them: four jumpers who cross the three pictures
+// of the sample's hill at 32 columns per frame.
+class AutoSetupWithLogs : public AutoSetup {
+protected:
+    void start_console(std::initializer_list<const char*> more, const std::string& arguments) {
+        FILE* file = fopen((std::string(ORVEK_TEST_DATA) + "/../../packaging/sample/settings.txt").c_str(), "rb");
+        ASSERT_NE(file, nullptr);
+        char sample[8192];
+        std::string text(sample, fread(sample, 1, sizeof sample, file));
+        fclose(file);
+        for (const char* line : more) text += std::string(line) + "\r\n";
+        installation_write(installation, "settings.txt", text);
+        constexpr int32_t kFirstSeq[3] = {200, 240, 270};
+        for (int32_t feed = 0; feed < 3; ++feed)
+            installation_write(installation, "motion_debug_" + std::to_string(feed) + ".log",
+                               log_of(feed, kFirstSeq[feed]));
+        start(arguments);
+        open_shared();
+    }
+    static std::string log_of(int32_t feed, int32_t first_seq) {
+        std::string log;
+        for (int32_t jump = 0; jump < 4; ++jump) {
+            for (int32_t frame = 0; frame < 60; ++frame) {
+                const int32_t seq = first_seq + 400 * jump + frame;
+                char line[160];
+                snprintf(line, sizeof line,
+                         "feed %d seq=%d ts=%d type=1 blobs=1 blob0_sz=900 blob0_x=%d blob0_y=250 blob0_first_y=220 "
+                         "blob0_last_y=280\n",
+                         feed, seq, seq * 16667, 10 + 32 * frame);
+                log += line;
+            }
+        }
+        return log;
+    }
+};
+
+}  // namespace
+
+TEST_F(AutoSetupWithLogs, WhatWasMeasuredIsSavedOverTheRestoredRegionsWithTheWidthThatPassed) {
+    start_console({"auto_setup_adaptive_width_trial_frames=20", "motion_start_y[1]=199"},
+                  "--auto-setup --max-frames 100");
+    wait_for_monitor();
+    time_frames(20, 20);
+    ASSERT_TRUE(log_shows(installation, "auto setup: narrowing motion width to 75% *"));
+    time_frames(20, 0);
+    ASSERT_TRUE(log_shows(installation, "auto setup: adaptive-width trial PASSED at 75% *"));
+    shared_store(shared.block->feed_frame_count[1], 100u);
+    EXPECT_EQ(console_wait_for_exit(&console, kPatienceMs), 0);
+    EXPECT_TRUE(log_shows_in_order(
+        installation, {"auto setup: saved motion range: 0,240,1919,560,0,199,1919,560,0,240,1919,560",
+                       "auto setup: monitoring complete, running analysis...", "auto setup: applied -- *",
+                       "pixel_frames_v2: populated all three feeds from 4 jumpers", "settings: saved to *",
+                       "settings: saved pixel_frames to *", "auto setup: settings saved", "settings: saved to *",
+                       "process manager shutting down", "CLI mode: exit code 0"}));
+    EXPECT_EQ(log_count(installation, "auto setup: trial did not complete *"), 0);
+    EXPECT_EQ(saved_columns(), "0..1439 0..1439 0..1439 ");
+    // The band is narrower than the operator's and lies around the blobs, seen through the feed's offset of 150.
+    EXPECT_TRUE(log_shows(installation, "  feed 1 motion region: x=0..1439, y=" +
+                                            installation_setting(installation, "motion_start_y[1]") + ".." +
+                                            installation_setting(installation, "motion_end_y[1]")));
+    EXPECT_NE(installation_setting(installation, "motion_start_y[1]"), "199");
+    // The report compares with the operator's region, not with the run's.
+    const std::string report = installation_read(installation, "auto_setup_report.html");
+    const size_t row = report.find("motion_start_y[1]");
+    ASSERT_NE(row, std::string::npos);
+    EXPECT_NE(report.substr(row, 120).find(">199<"), std::string::npos) << report.substr(row, 120);
+    const size_t column_row = report.find("motion_end_x[1]");
+    ASSERT_NE(column_row, std::string::npos);
+    EXPECT_NE(report.substr(column_row, 120).find(">1919<"), std::string::npos) << report.substr(column_row, 120);
+}
+
+TEST_F(AutoSetupWithLogs, AReportThatCannotBeWrittenChangesNothingElse) {
+    CreateDirectoryA(installation_path(installation, "auto_setup_report.html").c_str(), nullptr);
+    start_console({"auto_setup_adaptive_width_enable=0", "motion_start_x[0]=20"}, "--auto-setup --max-frames 100");
+    wait_for_monitor();
+    shared_store(shared.block->feed_frame_count[1], 100u);
+    EXPECT_EQ(console_wait_for_exit(&console, kPatienceMs), 0);
+    EXPECT_EQ(saved_columns(), "20..1919 0..1919 0..1919 ") << "no trial: the operator's columns";
+    EXPECT_TRUE(log_shows_in_order(installation, {"auto setup: settings saved", "ERR *auto_setup_report.html*",
+                                                  "process manager shutting down", "CLI mode: exit code 0"}));
+    EXPECT_TRUE(RemoveDirectoryA(installation_path(installation, "auto_setup_report.html").c_str()));
+}
+
+TEST_F(AutoSetupWithLogs, SettingsThatCannotBeSavedMakeAnUnattendedRunEndWithOne) {
+    start_console({"auto_setup_adaptive_width_enable=0"}, "--auto-setup --max-frames 100");
+    wait_for_monitor();
+    // A folder where the file's successor is to be written.
+    ASSERT_TRUE(CreateDirectoryA(installation_path(installation, "settings.txt.tmp").c_str(), nullptr));
+    shared_store(shared.block->feed_frame_count[1], 100u);
+    EXPECT_EQ(console_wait_for_exit(&console, kPatienceMs), 1);
+    EXPECT_EQ(log_count(installation, "auto setup: settings saved*"), 0) << "it would be untrue";
+    EXPECT_TRUE(log_shows_in_order(
+        installation, {"auto setup: monitoring complete, running analysis...", "ERR *", "CLI mode: exit code 1"}));
+}
+
+namespace {
 class AutoSetupOnTheRig : public ConsoleTest {
 protected:
     AutoSetupOnTheRig() : ConsoleTest(true) {}
