@@ -490,6 +490,31 @@ def fixtures():
     add("gap_incremental_few", "The same with two pairs for feed 2", by_hand(
         62, two + triggers([(1000, 972, 1012), (2000, 1972, 2012), (3000, None, 3012)]),
         **plain(feed_count=3, triggers=False)))
+    add("gap_0_not_clean", "Three pairs, one of them thrown out, two are too few", by_hand(
+        63, two + triggers([(1000, 972, 1000), (2000, 1972, 2001), (3000, 2971, 3100)]),
+        **plain(feed_count=3, triggers=False)))
+    add("gap_1_not_clean", "The same for the pairs of feed 2", by_hand(
+        64, two + triggers([(1000, 1000, 1012), (2000, 2001, 2012), (3000, 2901, 3012)]),
+        **plain(feed_count=3, triggers=False)))
+    add("one_feed_saw_nobody", "Feed 1 alone and nobody came by", make(80, feed_count=1, jumpers=3, empty_logs=[1]))
+    add("no_common_metre_1_2", "Feeds 1 and 2 see no metre in common, feeds 0 and 1 nearly",
+        make(81, feed_count=3, jumpers=4, overlap=-1))
+    add("steep_grid_2", "20 metres a column in feed 2: no column near the common metre",
+        make(82, feed_count=3, jumpers=3, settings={
+            "meter_line_count[2]": 2, "meter_line_start[2]": 11, "meter_line_increment[2]": 40,
+            "@far[2][ 0]": "958,100", "@near[2][ 0]": "958,400", "@far[2][ 1]": "960,100", "@near[2][ 1]": "960,400"}))
+    lone = lambda f, seq: [(f, seq, 10**9 + seq * FRAME_US, 640)]
+    path = lambda f, seq: passes([(f, seq, seq + 60, 0, 1900)])
+    add("seen_by_one_feed", "Jumps that only one or two feeds really saw, no metre trigger", by_hand(
+        83, lone(0, 1000) + path(1, 1050) + lone(2, 1105) + lone(0, 2000) + lone(1, 2050) + path(2, 2105) +
+        path(0, 3000) + lone(1, 3050) + path(2, 3105) + lone(0, 4000) + lone(1, 4050) + lone(2, 4105) +
+        lone(0, 5000) + path(1, 5050) + path(2, 5105) + path(0, 6000) + path(1, 6050) + path(2, 6105) +
+        path(0, 7000) + path(1, 7050) + lone(2, 7105) + path(0, 8000) + lone(1, 8050) + lone(2, 8105),
+        **plain(feed_count=3, no_grid=[0])))
+    add("seen_by_one_feed_metres", "The same with a metre trigger", by_hand(
+        84, lone(0, 1000) + path(1, 1050) + lone(2, 1105) + lone(0, 2000) + lone(1, 2050) + path(2, 2105) +
+        path(0, 3000) + lone(1, 3050) + path(2, 3105) + path(0, 7000) + path(1, 7050) + lone(2, 7105),
+        **plain(feed_count=3)))
     add("scene_fraction_above_1", "A scene fraction of 1.2", make(70, feed_count=3, jumpers=3, fraction=1.2))
     add("scene_fraction_zero", "A scene fraction of 0", make(71, feed_count=3, jumpers=3, fraction=0))
     for seed in range(1, 13):
