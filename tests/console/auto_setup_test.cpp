@@ -360,3 +360,21 @@ TEST_F(AutoSetupOnTheRig, MeasuresSavesReportsAndEndsWithZero) {
     EXPECT_TRUE(installation_has(installation, "pixel_frames.txt"));
     EXPECT_TRUE(installation_has(installation, "auto_setup_report.html"));
 }
+
+TEST_F(AutoSetupOnTheRig, SlowDetectorsNarrowTheRegionsAndAVideoThatEndsEarlyEndsTheRun) {
+    const std::string sample = std::string(ORVEK_TEST_DATA) + "/../../packaging/sample/settings.txt";
+    ASSERT_TRUE(CopyFileA(sample.c_str(), installation_path(installation, "settings.txt").c_str(), FALSE)) << sample;
+    installation_write(installation, "rig.txt", "pause_seconds=1\r\nslow_above_width=1500\r\nend_early=1600\r\n");
+    start("--auto-setup --max-movies 50 --max-frames 100000");
+    // Two jumpers are few, and a busy machine may lose one: how the analysis ends is not told here.
+    EXPECT_NE(console_wait_for_exit(&console, 240000), -1);
+    EXPECT_TRUE(log_shows_in_order(installation,
+                                   {"auto setup: adaptive-width trial at 100%: *",
+                                    "auto setup: narrowing motion width to 75% (motion_end_x=1439) — retrying trial",
+                                    "auto setup: adaptive-width trial PASSED at * — committing width",
+                                    "auto setup: frames stopped advancing (stall_count=3, nw=*)",
+                                    "auto setup: monitoring complete, running analysis...", "controller exiting"}));
+    // Frames timed before the workers had read the new region may cost one more step.
+    EXPECT_LE(log_count(installation, "auto setup: narrowing *"), 2);
+    EXPECT_EQ(log_count(installation, "auto setup: jumper limit *"), 0);
+}
