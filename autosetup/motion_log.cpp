@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "app/log.h"
+#include "autosetup/byte_scan.h"
 #include "autosetup/log_lines.h"
 #include "settings/text_numbers.h"
 
@@ -87,10 +88,10 @@ static Key key_before_equals(std::string_view text) {
 // All keys in one pass: each ends at an equals sign, and at no sign end two of them.
 static LineValues line_values(std::string_view line) {
     LineValues values = {};
-    for (size_t at = line.find('='); at != std::string_view::npos; at = line.find('=', at + 1)) {
+    for_each_byte(line, '=', [&](size_t at) {
         const Key key = key_before_equals(line.substr(0, at));
         if (key != kKeyNone && !values.has(key)) values.behind[key] = line.substr(at + 1);
-    }
+    });
     return values;
 }
 
@@ -107,7 +108,7 @@ static bool read_blob(std::string_view line, const LineValues& values, int32_t f
     const int32_t size = values.number(kKeySize);
     if (size < min_size || !values.has(kKeyX) || !values.has(kKeySeq)) return false;
     constexpr std::string_view kFeedMark = "feed ";
-    const size_t mark = line.find(kFeedMark);
+    const size_t mark = find_text(line, kFeedMark);
     if (mark == std::string_view::npos || text_to_int(line.substr(mark + kFeedMark.size())) != feed) return false;
 
     blob->size = static_cast<uint32_t>(size);

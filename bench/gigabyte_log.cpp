@@ -61,7 +61,7 @@ static double memory_mb(const char* key) {
     char line[256];
     double result = -1;
     while (result < 0 && fgets(line, sizeof line, file))
-        if (strncmp(line, key, strlen(key)) == 0) result = strtod(line + strlen(key) + 1, nullptr) / 1024;
+        if (strncmp(line, key, strlen(key)) == 0) result = strtod(line + strlen(key), nullptr) * 1024 / 1e6;
     fclose(file);
     return result;
 }

@@ -69,7 +69,11 @@ inline bool scan_int64(TextCursor* text, int64_t* value) {
     uint64_t magnitude = 0;
     for (; at < text->end && static_cast<uint8_t>(*at - '0') <= 9; ++at) {
         const auto digit = static_cast<uint8_t>(*at - '0');
-        magnitude = magnitude > (limit - digit) / 10 ? limit : magnitude * 10 + digit;
+        if (at - first_digit < 18) {  // cannot be too large yet
+            magnitude = magnitude * 10 + digit;
+        } else {
+            magnitude = magnitude > (limit - digit) / 10 ? limit : magnitude * 10 + digit;
+        }
     }
     if (at == first_digit) return false;
     text->at = at;

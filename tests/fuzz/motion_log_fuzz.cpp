@@ -14,7 +14,7 @@ static constexpr size_t kOtherLineBuffer = 512;  // another reader of the same l
 
 // Every piece, through the buffer of another size.
 static void check_pieces(std::string_view log) {
-    const auto lines = std::make_unique<LogLines>();
+    static const auto lines = std::make_unique<LogLines>();
     const std::string path = fuzz_folder() + "/motion_debug_1.log";
     fuzz_require(log_lines_open(lines.get(), path.c_str()) == 0);
     std::string_view piece;
@@ -45,6 +45,13 @@ static void check_records(std::string_view log) {
     workspace_destroy(workspace);
 }
 
+// What moves a log to where a block ends: lines of a hundred characters or one long line.
+static std::string filler(size_t size, bool lines) {
+    std::string text(size, '.');
+    for (size_t i = 99; lines && i < size; i += 100) text[i] = '\n';
+    return text;
+}
+
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
     fuzz_mute_log();
     return 0;
@@ -52,8 +59,7 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string log(reinterpret_cast<const char*>(data), size);
-    // A few of them move to where a block ends, behind short lines or one long one.
-    if (size > 1 && data[0] >= 0xF0) log.insert(0, kLogBlock - size / 2, (data[0] & 1) != 0 ? '\n' : '.');
+    if (size > 1 && data[0] >= 0xF0) log.insert(0, filler(kLogBlock - size / 2, (data[0] & 1) != 0));
     fuzz_write_motion_log(1, log);
     check_pieces(log);
     check_records(log);
