@@ -287,7 +287,9 @@ static void put_gap_result(const AutoSetupWorkspace* workspace, const AnalysisEn
     if (!workspace->gap_valid[gap]) {
         const char* kept = workspace->gaps.kept[gap];
         const char* unmeasured = end.result != 0 ? report_failure(workspace) : "it was not measured";
-        put(html, "kept, %s.</p>\n", kept ? kept : unmeasured);
+        *html += "kept, ";
+        put_escaped(html, kept ? kept : unmeasured);
+        *html += ".</p>\n";
         return;
     }
     put(html, "<b>%d frames</b> %s; %d sample%s, median deviation %d.</p>\n", workspace->gap_frames[gap],
@@ -332,7 +334,9 @@ static void put_tables(const AutoSetupWorkspace* workspace, const Settings* afte
     const PixelFramesTrace& trace = workspace->pixel_frames;
     open_section("pixel-frames", "Pixel frames", html);
     if (trace.kept) {
-        put(html, "<p>The tables stay as they were: %s.</p>\n", trace.kept);
+        *html += "<p>The tables stay as they were: ";
+        put_escaped(html, trace.kept);
+        *html += ".</p>\n";
     } else if (trace.contributing > 0) {
         put(html,
             "<p>Averaged over %d of %d jump%s that the cameras saw together. A movie lasts %d frames without padding "

@@ -6,7 +6,7 @@
 
 #include "app/log.h"
 
-// Appends as printf would.
+// Appends as printf would; a piece of 2,048 bytes or more is cut.
 void put(std::string* html, const char* format, ...) ORVEK_PRINTF(2, 3);
 
 // Appends a text from outside so that it is shown as it is written, in element content and in double-quoted
