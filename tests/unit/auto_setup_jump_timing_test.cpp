@@ -306,6 +306,13 @@ TEST(Type2Sample, HasNoGapWhenTheBridgeIsNotBeyondTheTrigger) {
     EXPECT_TRUE(log.has("INF jump 0 type2: f1_gap=0 + f2_portion=40 = 40"));
 }
 
+TEST(Type2Sample, HasNoGapTowardsABridgeBeforeTheTriggerEvenWhenItIsPassedLater) {
+    LogCapture log;
+    ThreeFeeds jump;
+    jump.blobs[1] = {blob_at(180, 880), blob_at(210, 300)};
+    EXPECT_EQ(type2_sample(jump.view(), {880, 90.0f, 300, 790}, 77, 0), 40);
+}
+
 TEST(Type2Sample, HasNoGapWithoutFeed1) {
     LogCapture log;
     ThreeFeeds jump;
