@@ -66,9 +66,8 @@ static int32_t reject_invalid(AutoSetupWorkspace* workspace, Calculation* calcul
     }
     if (2 * trace.invalid > calculation->jumps) {
         log_error(
-            "auto_setup_calculate: too many invalid jumps — %d/%d invalid, need better practice data. Settings will "
-            "NOT "
-            "be written.",
+            "auto_setup_calculate: too many invalid jumps — %d/%d invalid, need better practice data. "
+            "Settings will NOT be written.",
             trace.invalid, calculation->jumps);
         return -1;
     }

@@ -114,9 +114,8 @@ static void measure_gap_0(AutoSetupWorkspace* workspace) {
     } else {
         accept(workspace, 0, median.median, median, kGapTriggers);
         log_info(
-            "auto_setup: inter_feed_gap_frames[0] = %d (median of %d samples after outlier filter, initial "
-            "median=%d, "
-            "MAD=%d)",
+            "auto_setup: inter_feed_gap_frames[0] = %d (median of %d samples after outlier filter, "
+            "initial median=%d, MAD=%d)",
             median.median, median.clean, median.initial_median, median.deviation);
     }
 }
