@@ -44,8 +44,24 @@ static bool on_notify(UiContext* ui, WPARAM /*wp*/, LPARAM lp, LRESULT* result) 
     return true;
 }
 
+// Timers come last, behind every posted message. While frames arrive faster than a busy machine draws them, a refresh
+// always waits, and no timer would fire for half a minute and more: not the one that lets the detectors go, nor the
+// one that watches a run.
+static void let_timers_fire() {
+    constexpr int32_t kAtATime = 16;  // one that is always due must not stop the pictures
+    MSG message = {};
+    for (int32_t i = 0; i < kAtATime && PeekMessageA(&message, nullptr, WM_TIMER, WM_TIMER, PM_REMOVE); ++i) {
+        if (message.message == WM_QUIT) {  // passes every filter
+            PostQuitMessage(static_cast<int32_t>(message.wParam));
+            return;
+        }
+        DispatchMessageA(&message);
+    }
+}
+
 static bool on_preview_refresh(UiContext* ui, WPARAM /*wp*/, LPARAM /*lp*/, LRESULT* /*result*/) {
     preview_refresh(&ui->preview);
+    let_timers_fire();
     main_window_update_title(ui);
     return true;
 }
