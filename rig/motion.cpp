@@ -204,7 +204,12 @@ static bool move_along_paused(Motion* motion, uint32_t written) {
     return true;
 }
 
-// All frames that wait. Returns false when there was none.
+static bool settings_changed(const Motion* motion) {
+    return shared_load(motion->worker.control->settings_generation) != motion->settings_generation;
+}
+
+// All frames that wait, as long as the settings stay: with a narrower region the backlog goes faster. Returns false
+// when there was none.
 static bool work_off(Motion* motion) {
     bool changed = false;
     if (!feed_ring_follow(&motion->worker, &motion->ring, &changed)) return false;
@@ -217,7 +222,7 @@ static bool work_off(Motion* motion) {
     if (move_along_paused(motion, written)) return false;
     keep_up(motion, written);
     bool any = false;
-    for (; motion->next + 2 <= written; any = true) {
+    for (; motion->next + 2 <= written && !settings_changed(motion); any = true) {
         look_at_frame(motion, motion->next);
         ++motion->next;
         set_motion_idx(motion);
@@ -229,7 +234,7 @@ static void run(Motion* motion) {
     Worker* worker = &motion->worker;
     const int32_t wake = kEventMotionWake + motion->feed;
     while (!worker_should_exit(worker)) {
-        if (shared_load(worker->control->settings_generation) != motion->settings_generation) load_settings(motion);
+        if (settings_changed(motion)) load_settings(motion);
         follow_logging(motion);
         if (work_off(motion)) continue;
         if (worker_wait(worker, wake, kPollMs) && !worker_should_exit(worker)) worker_reset_event(worker, wake);
