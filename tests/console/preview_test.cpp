@@ -218,6 +218,27 @@ TEST_F(Preview, PlayAndPauseReachTheWorkers) {
     EXPECT_FALSE(event_is_set(shared, kEventResume));
 }
 
+// Frames may come faster than a busy machine draws them. Then a refresh always waits, and the system hands out timers
+// only when nothing does.
+TEST_F(Preview, TimersFireWhilePicturesKeepComing) {
+    constexpr int32_t kWaiting = 300;  // a second of drawing and more; children are looked at every half second
+    start_with({"mark_motion_Y=0"});
+    open_shared();
+    press_on(kTabProcesses, 232);
+    ASSERT_TRUE(running_children_become(console, "viewer"));
+    const uint32_t child = pid_of_child(console, "viewer");
+    ASSERT_TRUE(select_tab(console, kTabPreview));
+    for (int32_t feed = 0; feed < kFeedCount; ++feed) {
+        plant_frames(feed, 12, kTop, kBottom);
+        ASSERT_TRUE(log_shows(installation, "preview: reconnected feed " + std::to_string(feed) + " (attempt *"));
+    }
+    for (int32_t i = 0; i < kWaiting; ++i) ASSERT_TRUE(PostMessageA(console.window, kRefreshMessage, 0, 0));
+    ASSERT_TRUE(end_process(child));
+    PostMessageA(console.window, WM_COMMAND, 700, 0);  // the last in the queue
+    ASSERT_TRUE(log_shows(installation, "preview: play", 1, 30000));
+    EXPECT_TRUE(log_shows_in_order(installation, {"ERR viewer exited with code 77", "preview: play"}));
+}
+
 TEST_F(Preview, SwitchesChangeTheControlBlockTheirTextAndTheLog) {
     constexpr Switch kSwitches[] = {
         {716, "Highlight ON", "Highlight OFF", nullptr, nullptr},
