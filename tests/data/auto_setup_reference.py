@@ -827,8 +827,8 @@ def motion_regions(run):
 def noise_caps(run):
     B, U, V = max(0, *run.size_max), max(0, *run.cum[1]), max(0, *run.cum[2])
     if B > 0:
-        floor = 3 * B // 2
-        run.caps = [2 * B, 3 * B, max(3 * U, floor), max(3 * V, floor)]
+        floor = tdiv(i32(3 * B), 2)
+        run.caps = [i32(2 * B), i32(3 * B), max(i32(3 * U), floor), max(i32(3 * V), floor)]
     run.info("noise caps: max_blob_size=%d max_diff_y=%d max_diff_u=%d max_diff_v=%d (max_blob_across=%d, "
              "U_cum_max=%d, V_cum_max=%d)", *run.caps, B, U, V)
 
@@ -1104,7 +1104,7 @@ def nearest_in_time(earlier, later, tolerance):
 
 
 def rounded(value):
-    return int(f32(value + 0.5))
+    return int(value + 0.5)
 
 
 def populate_tables(run):
@@ -1162,7 +1162,7 @@ def bake(run, average):
     run.frame_count = rounded(average[2][COLUMNS - 1])
     run.scene_x = 1727
     if 0 < run.fraction <= 1:
-        run.scene_x = clamp(rounded(f32(run.fraction * 1919.0)), 0, COLUMNS - 1)
+        run.scene_x = clamp(rounded(run.fraction * 1919.0), 0, COLUMNS - 1)
     run.switch2 = rounded(average[0][run.scene_x])
     run.info("pixel_frames_v2: frame_count=%d scene_x=%d switch2_frame=%d  baking pre_pad=%d post_pad=%d into tables",
              run.frame_count, run.scene_x, run.switch2, pre, post)
