@@ -29,7 +29,7 @@ static double seconds_now() {
 // edge to the right, first in feed 0.
 static int format_line(char* line, size_t size, int32_t feed, int64_t frame, int32_t percent) {
     const auto number = static_cast<long long>(frame);
-    const auto seen = static_cast<int>((frame - 20 * feed) % 300);
+    const auto seen = static_cast<int>((frame - int64_t{20} * feed) % 300);
     const bool with_blob = seen < 3 * percent;
     const int head = snprintf(line, size, "feed %d seq=%lld ts=%lld type=%d blobs=%d", static_cast<int>(feed), number,
                               number * 16'667, with_blob ? 1 : 0, with_blob ? 2 : 0);
