@@ -568,7 +568,8 @@ def meter_trigger(run, t):
 
 
 def type2_bridge(run, t):
-    ends = [sorted((run.meters[f][0], run.meters[f][COLUMNS - 1])) for f in FEEDS]
+    edges = [(run.meters[f][0], run.meters[f][COLUMNS - 1]) for f in FEEDS]
+    ends = [(min(pair), max(pair)) for pair in edges]
     lo, hi = max(ends[1][0], ends[2][0]), min(ends[1][1], ends[2][1])
     if not hi > lo:
         run.info("type2 bridge: no f1/f2 meter overlap (f1=%.1f..%.1f, f2=%.1f..%.1f)", *ends[1], *ends[2])
