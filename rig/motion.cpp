@@ -106,6 +106,7 @@ static void write_trigger_lines(Motion* motion, int64_t seq, int64_t pts) {
     worker_unlock(&motion->worker, kMutexOutput);
     const TriggerAnswer answer = trigger_step(&motion->triggers, frame);
     char text[128];
+    if (answer.movie_cut) write_log_line(motion, "movie_active 1->0");
     if (answer.movie_started) write_log_line(motion, "movie_active 0->1");
     if (answer.f1) {
         snprintf(text, sizeof text, "SCENE TRIGGER (f1) first sight fire_seq=%lld",

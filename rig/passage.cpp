@@ -60,9 +60,14 @@ TriggerAnswer trigger_step(TriggerLines* lines, const TriggerFrame& frame) {
     const bool passed_column = frame.share[0].triggers != lines->triggers;
     lines->triggers = frame.share[0].triggers;
 
+    if (lines->movie_active && lines->f2_fired && began[0]) {
+        lines->movie_active = false;
+        answer.movie_cut = true;
+    }
     if (!lines->movie_active && any_began) {
         lines->movie_active = true;
-        lines->f1_fired = false;
+        lines->quiet_frames = 0;
+        lines->f1_fired = lines->f2_fired = false;
         lines->override_pending = false;
         answer.movie_started = true;
     }
@@ -74,6 +79,7 @@ TriggerAnswer trigger_step(TriggerLines* lines, const TriggerFrame& frame) {
         answer.f1_seq = frame.share[1].first_seq;
     }
     if (began[2]) {
+        lines->f2_fired = true;
         answer.f2 = true;
         answer.f2_seq = feed1_seq_at(frame.seq, frame.pts, frame.share[2].first_pts);
     }

@@ -37,7 +37,7 @@ struct TriggerLines {
     int32_t quiet_frames;
     uint32_t passages[kFeedCount];
     uint32_t triggers;  // of feed 0
-    bool f1_fired;
+    bool f1_fired, f2_fired;
     bool override_pending;
     int64_t override_pts;
 };
@@ -48,6 +48,7 @@ struct TriggerFrame {  // feed 1's frame and what the feeds tell
 };
 
 struct TriggerAnswer {  // lines to write, in this order
+    bool movie_cut;     // the movie that was on ends here, as the next jumper has come before the hill was quiet
     bool movie_started;
     bool f1, f2, f0_override;
     int64_t f1_seq, f2_seq, f0_seq;  // in feed 1's frame numbers

@@ -123,6 +123,32 @@ TEST(RigTriggers, OverrideBeforeFeed1WaitsForIt) {
     EXPECT_EQ(answer.f0_seq - answer.f1_seq, -4);
 }
 
+TEST(RigTriggers, AJumperWhoComesBeforeTheHillWasQuietGetsAMovieAndAPairOfHisOwn) {
+    TriggerLines lines{};
+    TriggerFrame frame = trigger_frame(100);
+    for (int32_t feed = 0; feed < kFeedCount; ++feed) {  // the first jumper passes all cameras
+        frame.share[feed].passages = frame.share[feed].active = 1;
+        trigger_step(&lines, frame);
+        frame.share[feed].active = 0;
+    }
+    for (int32_t i = 0; i < 60; ++i) EXPECT_FALSE(trigger_step(&lines, frame).movie_ended);
+
+    frame.share[0].passages = 2;
+    frame.share[0].active = 1;
+    TriggerAnswer answer = trigger_step(&lines, frame);
+    EXPECT_TRUE(answer.movie_cut);
+    EXPECT_TRUE(answer.movie_started);
+    frame.share[0].triggers = 1;
+    EXPECT_FALSE(trigger_step(&lines, frame).f0_override) << "feed 1 has not seen him yet";
+    frame.share[1].passages = 2;
+    frame.share[1].first_seq = 190;
+    answer = trigger_step(&lines, frame);
+    EXPECT_FALSE(answer.movie_cut);
+    EXPECT_TRUE(answer.f1);
+    EXPECT_EQ(answer.f1_seq, 190);
+    EXPECT_TRUE(answer.f0_override);
+}
+
 TEST(RigTriggers, MovieEndsAfterNinetyQuietFramesAndDropsAnUnpairedOverride) {
     TriggerLines lines{};
     TriggerFrame frame = trigger_frame(100);

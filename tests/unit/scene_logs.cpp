@@ -33,6 +33,7 @@ static void append_trigger(std::string* text, const char* marker, int64_t seq) {
 }
 
 static void append_triggers(std::string* text, const TriggerAnswer& answer) {
+    if (answer.movie_cut) text->append("movie_active 1->0\n");
     if (answer.movie_started) text->append("movie_active 0->1\n");
     if (answer.f1) append_trigger(text, "SCENE TRIGGER (f1)", answer.f1_seq);
     if (answer.f2) append_trigger(text, "SCENE TRIGGER (f2)", answer.f2_seq);
