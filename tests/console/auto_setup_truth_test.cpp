@@ -190,9 +190,8 @@ void AutoSetupTruthOnTheRig::expect_offline_analysis_saves_the_same() {
 }
 
 TEST_F(AutoSetupTruthOnTheRig, MeasuresWhatIsTrueOfTheSceneAndOrvekctlFindsTheSame) {
-    // No frame counts as slow, so that a busy machine cannot narrow the pictures; on such a one the detectors may
-    // also be let go seconds after the video.
-    prepare("seed=1\njumpers=5\nlead_in_frames=600\npause_seconds=1\nslow_above_width=1920\n");
+    // No frame counts as slow, so that a busy machine cannot narrow the pictures.
+    prepare("seed=1\njumpers=5\nlead_in_frames=240\npause_seconds=1\nslow_above_width=1920\n");
     start("--auto-setup --max-movies 5");
     ASSERT_EQ(console_wait_for_exit(&console, 150000), 0);
     EXPECT_TRUE(log_shows_in_order(
