@@ -355,12 +355,28 @@ def passes(feed_paths, count=8):
     return rows
 
 
-def three_feed_jumps(spans_of_feed_2, between=1000):
+def three_feed_jumps(spans_of_feed_2, between=1000, count=12):
     paths = []
     for j, span in enumerate(spans_of_feed_2):
         t = 1000 + j * between
         paths += [(0, t, t + 60, 0, 1900), (1, t + 50, t + 110, 0, 1900), (2, t + 105, t + 105 + span, 0, 1900)]
-    return passes(paths)
+    return passes(paths, count)
+
+
+def two_lines(feed, first, metres, second, increment):
+    """Settings of a feed with two grid lines."""
+    settings = {"meter_line_count[%d]" % feed: 2, "meter_line_start[%d]" % feed: metres,
+                "meter_line_increment[%d]" % feed: increment}
+    for line, column in ((0, first), (1, second)):
+        settings["@far[%d][%2d]" % (feed, line)] = "%d,100" % column
+        settings["@near[%d][%2d]" % (feed, line)] = "%d,400" % column
+    return settings
+
+
+def straddling(log, text, digits, at, size):
+    """A line whose `digits` are cut by the end of a buffer of `size` bytes, `at` of them before the cut."""
+    pad = size - 1 - at - len(text)
+    log.append("=" + "." * pad + text + digits)
 
 
 PLAIN = dict(no_grid=[], falling=[], equal_columns=None, unset_lines=None, shuffled=None, missing=[], short={},
@@ -515,6 +531,30 @@ def fixtures():
         84, lone(0, 1000) + path(1, 1050) + lone(2, 1105) + lone(0, 2000) + lone(1, 2050) + path(2, 2105) +
         path(0, 3000) + lone(1, 3050) + path(2, 3105) + path(0, 7000) + path(1, 7050) + lone(2, 7105),
         **plain(feed_count=3)))
+    cut = by_hand(85, base + triggers([(1000, 990, 1012), (2000, 1990, 2013), (3000, 2990, 3012)]),
+                  **plain(feed_count=3, triggers=False))
+    straddling(cut.logs[0], "feed 0 seq=4900 blob0_sz=300 blob0_y=200 blob0_x=", "123456", 4, 1024)
+    cut.logs[1].append("=SCENE TRIGGER (f1) fire_seq=4000")
+    straddling(cut.logs[1], "SCENE TRIGGER OVERRIDE (f0) fire_seq=", "404099", 4, 512)
+    add("cut_lines", "Numbers cut by the end of the line buffers", cut)
+    rows = [(0, 1000 + 5 * i, 10**9 + 10000 * i, 100 * i) for i in range(6)]
+    rows += [(1, 1100 + 5 * i, 10**9 + 100000 + 10000 * i, 100 * i) for i in range(6)]
+    rows += [(2, 1200 + 5 * i, 10**9 + 200000 + 10000 * i, 100 * i) for i in range(6)]
+    rows += [(0, 2000 + 5 * i, 2 * 10**9 + 10000 * i, 100 * i) for i in range(6)]
+    rows += [(1, 2100 + 5 * i, 2 * 10**9 + 100001 + 10000 * i, 100 * i) for i in range(6)]
+    rows += [(2, 2200 + 5 * i, 2 * 10**9 + 200002 + 10000 * i, 100 * i) for i in range(6)]
+    add("time_slack", "Passages 50,000 us apart belong together, 50,001 do not", by_hand(86, rows,
+                                                                                       **plain(feed_count=3)))
+    rows = [(f, 5000 * j + 20 * f + i, 10**9 + (5000 * j + 20 * f + i) * FRAME_US, 10 + (7 * i) // 2)
+            for j in (1,) for f in range(3) for i in range(530)]
+    long = plain(feed_count=3)
+    long["overlap"] = 14
+    add("long_jump", "530 records of one jump, more than are paired and sampled", by_hand(87, rows, **long))
+    for name, f1, first, f2 in (("trigger_5_m", 45, 0, 20), ("bridge_2_8_m", 45, 20, 42), ("bridge_3_m", 44, 0, 41)):
+        grid = dict(two_lines(0, 0, 0, 1728, 40), **two_lines(1, first, f1, 1920, 20))
+        grid.update(two_lines(2, 960, f2, 961, 10))
+        maker = by_hand(88, base, **plain(feed_count=3, settings=grid))
+        add(name, "Distances at the bound of what still counts as the same metre", maker)
     add("scene_fraction_above_1", "A scene fraction of 1.2", make(70, feed_count=3, jumpers=3, fraction=1.2))
     add("scene_fraction_zero", "A scene fraction of 0", make(71, feed_count=3, jumpers=3, fraction=0))
     for seed in range(1, 13):
