@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "settings/descriptor_table.h"
+#include "settings/setting_suggestion.h"
 #include "settings/settings_file.h"
 #include "settings/settings_line.h"
 #include "settings/settings_values.h"
@@ -104,11 +105,18 @@ static std::string value_reason(const SettingsLine& line, int32_t number, const 
     return reason;
 }
 
+static std::string unknown_key_reason(std::string_view key, std::string_view reason) {
+    std::string text(reason);
+    const int32_t nearest = setting_row_nearest(key);
+    if (nearest >= 0) text.append("; nearest is '").append(kSettingTable[nearest].key).append("'");
+    return text;
+}
+
 // An empty text is written as a line without value; that loading ignores the line matters only when the setting is
 // not empty afterwards.
 static std::string no_value_reason(const SettingsLine& line, const Outcome& outcome) {
     const int32_t row = setting_row_find(line.key);
-    if (row < 0) return "unknown key, no value";
+    if (row < 0) return unknown_key_reason(line.key, "unknown key, no value");
     const std::string loaded = value_text(&outcome.normalised, row);
     if (loaded.empty()) return "";
     return "no value; stays " + loaded;
@@ -124,7 +132,7 @@ static std::string line_reason(const SettingsLine& line, int32_t number, const O
         case LineKind::no_value:
             return no_value_reason(line, outcome);
         case LineKind::unknown_key:
-            return "unknown key";
+            return unknown_key_reason(line.key, "unknown key");
         case LineKind::bad_pixel_entry:
             return "not a pixel-frame entry of feed 0..2 and column 0..1919 with three numbers";
         case LineKind::setting:

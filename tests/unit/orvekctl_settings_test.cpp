@@ -109,7 +109,8 @@ TEST(OrvekctlSettings, CheckPrintsLineReasonAndText) {
     write_whole_file(file, "feed_count=2\nfeed_cuont=2\x1b[2J\n");
     const OrvekctlAnswer answer = orvekctl({"check", file});
     EXPECT_EQ(answer.exit_code, 1);
-    EXPECT_EQ(split_lines(answer.out), std::vector<std::string>{"2\tunknown key\tfeed_cuont=2\\x1B[2J"});
+    EXPECT_EQ(split_lines(answer.out),
+              std::vector<std::string>{"2\tunknown key; nearest is 'feed_count'\tfeed_cuont=2\\x1B[2J"});
     EXPECT_TRUE(answer.errors.empty());
     EXPECT_EQ(orvekctl({"format", file}).exit_code, 0);
     EXPECT_EQ(orvekctl({"check", file}).out, "");

@@ -34,11 +34,12 @@ TEST(SettingsCheck, EveryIgnoredOrChangedLineIsTold) {
         const char* finding;
     } cases[] = {
         {"feed_count 2", "1|no '='|feed_count 2"},
-        {"\nfeed_cuont=2\r\n", "2|unknown key|feed_cuont=2"},
-        {"@far[0][3]=1,2\n", "1|unknown key|@far[0][3]=1,2"},
+        {"\nfeed_cuont=2\r\n", "2|unknown key; nearest is 'feed_count'|feed_cuont=2"},
+        {"@far[0][3]=1,2\n", "1|unknown key; nearest is '@far[0][ 3]'|@far[0][3]=1,2"},
+        {"colour_scheme=2\n", "1|unknown key|colour_scheme=2"},
         {"feed_count=\n", "1|no value; stays 3|feed_count="},
         {"*upload_path= # none\n", "1|no value; stays uploads|*upload_path= # none"},
-        {"feed_cuont=\n", "1|unknown key, no value|feed_cuont="},
+        {"feed_cuont=\n", "1|unknown key, no value; nearest is 'feed_count'|feed_cuont="},
         {"movie_pad=12a\n", "1|not a whole number of 32 bits; loads as 12|movie_pad=12a"},
         {"movie_pad=5000000000\n", "1|not a whole number of 32 bits; loads as 2147483647|movie_pad=5000000000"},
         {"movie_pad=12147483647\n", "1|not a whole number of 32 bits; loads as 2147483647|movie_pad=12147483647"},
