@@ -5,6 +5,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "settings/text_pieces.h"
+
 namespace {
 
 constexpr char kAutoLoadName[] = "jumpers.csv";
@@ -14,14 +16,6 @@ constexpr size_t kAutoLoadFolderMax = 243;
 
 static bool is_continuation(char byte) {
     return (static_cast<uint8_t>(byte) & 0xC0) == 0x80;
-}
-
-size_t jumper_text_cut(std::string_view text, size_t max) {
-    if (text.size() <= max) return text.size();
-    if (!is_continuation(text[max])) return max;
-    size_t lead = max;
-    while (lead > 0 && max - lead < 3 && is_continuation(text[lead])) --lead;
-    return static_cast<uint8_t>(text[lead]) >= 0xC2 ? lead : max;
 }
 
 // How much of a text remains when a character that was cut off at its end goes, too.
@@ -36,7 +30,7 @@ static size_t whole_length(std::string_view text) {
 
 template <size_t Size>
 static void copy_text(char (&field)[Size], std::string_view text) {
-    const size_t length = jumper_text_cut(text, Size - 1);
+    const size_t length = text_cut(text, Size - 1);
     memcpy(field, text.data(), length);
     memset(field + length, 0, Size - length);
 }

@@ -35,10 +35,6 @@ bool jumper_file_feed(JumperFileReader* reader, const char* bytes, size_t size);
 // Takes the last line, which may lack its line end.
 void jumper_file_finish(JumperFileReader* reader);
 
-// How much of a text to keep in `max` bytes so that no character is left in half. Bytes that are no UTF-8 are cut
-// anywhere.
-size_t jumper_text_cut(std::string_view text, size_t max);
-
 // The integer at the start of a text, as atoi finds it: blanks, sign, digits. 0 without digits; too large a number
 // becomes the nearest there is.
 int32_t jumper_number(const char* text, size_t length);

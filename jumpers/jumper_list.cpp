@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "ipc/shared_access.h"
+#include "settings/text_pieces.h"
 
 namespace {
 
@@ -24,7 +25,7 @@ static void load_text(const char (&field)[Size], char (&text)[Size]) {
     for (size_t i = 0; i < Size; ++i) text[i] = shared_load(field[i]);
     // Another program may have filled the field without its terminator.
     const std::string_view all(text, Size);
-    if (all.find('\0') == std::string_view::npos) text[jumper_text_cut(all, Size - 1)] = '\0';
+    if (all.find('\0') == std::string_view::npos) text[text_cut(all, Size - 1)] = '\0';
 }
 
 static void clear(void* from, size_t size) {

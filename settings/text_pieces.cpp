@@ -1,6 +1,7 @@
 #include "settings/text_pieces.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -17,6 +18,18 @@ size_t piece_length(std::string_view text, size_t buffer_size) {
 std::string_view piece_text(std::string_view piece) {
     const void* nul = memchr(piece.data(), '\0', piece.size());
     return nul ? piece.substr(0, static_cast<size_t>(static_cast<const char*>(nul) - piece.data())) : piece;
+}
+
+static bool is_continuation(char byte) {
+    return (static_cast<uint8_t>(byte) & 0xC0) == 0x80;
+}
+
+size_t text_cut(std::string_view text, size_t max) {
+    if (text.size() <= max) return text.size();
+    if (!is_continuation(text[max])) return max;
+    size_t lead = max;
+    while (lead > 0 && max - lead < 3 && is_continuation(text[lead])) --lead;
+    return static_cast<uint8_t>(text[lead]) >= 0xC2 ? lead : max;
 }
 
 // Uses the pieces of `text` and returns the length of what was used. Unless the text is at its end, a last piece that

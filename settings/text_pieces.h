@@ -13,6 +13,10 @@ size_t piece_length(std::string_view text, size_t buffer_size);
 // What is seen of a piece: a NUL ends it early, as it ends every C string.
 std::string_view piece_text(std::string_view piece);
 
+// How much of a text to keep in `max` bytes so that no character is left in half. Bytes that are no UTF-8 are cut
+// anywhere.
+size_t text_cut(std::string_view text, size_t max);
+
 using PieceFunction = void (*)(void* context, std::string_view piece);
 
 // Calls `use` with the piece_text of every piece. The view ends with the call.
