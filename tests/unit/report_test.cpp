@@ -14,6 +14,7 @@
 #include "settings/descriptor_table.h"
 #include "settings/settings_file.h"
 #include "tests/support/analysis_workspace.h"
+#include "tests/support/html_check.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/settings_text.h"
 #include "tests/support/temp_dir.h"
@@ -65,40 +66,15 @@ static std::string section(const std::string& html, const std::string& id) {
     return between(html, "<section id=\"" + id + "\">", "</section>");
 }
 
-// The first thing wrong with the nesting of the tags; empty when they are balanced. Every element must be closed or
-// end in "/>", and no text may hold a bare "<".
-static std::string nesting_fault(std::string_view html) {
-    std::vector<std::string> open;
-    for (size_t at = html.find('<'); at != std::string_view::npos; at = html.find('<', at)) {
-        const size_t end = html.find('>', at);
-        if (end == std::string_view::npos) return "unfinished tag";
-        const std::string_view tag = html.substr(at + 1, end - at - 1);
-        at = end + 1;
-        if (tag.empty() || contains(tag, "<")) return "stray < at " + std::to_string(end);
-        if (tag.front() == '!' || tag.back() == '/') continue;
-        const std::string name(tag.substr(0, tag.find_first_of(" \n")));
-        if (name.front() != '/') {
-            open.push_back(name);
-            continue;
-        }
-        if (open.empty() || open.back() != name.substr(1)) return "unexpected <" + name + ">";
-        open.pop_back();
-    }
-    return open.empty() ? "" : "<" + open.back() + "> is never closed";
-}
-
 static void expect_sound(const std::string& html) {
-    EXPECT_EQ(nesting_fault(html), "");
+    EXPECT_EQ(html_nesting_fault(html), "");
     EXPECT_EQ(html.rfind("<!doctype html>", 0), 0U);
     EXPECT_FALSE(contains(html, "<script"));
     EXPECT_FALSE(contains(html, "http:"));
     EXPECT_FALSE(contains(html, "https:"));
     EXPECT_FALSE(contains(html, "nan"));
     EXPECT_FALSE(contains(html, "inf\""));
-    std::map<std::string, int32_t> ids;
-    const std::string_view text(html);
-    for (size_t at = text.find(" id=\""); at != std::string_view::npos; at = text.find(" id=\"", at + 1))
-        ++ids[between(text.substr(at), " id=\"", "\"")];
+    const std::map<std::string, int> ids = html_values(html, "id");
     for (const auto& [id, count] : ids) EXPECT_EQ(count, 1) << id;
     for (const char* id :
          {"verdict", "advice", "changed", "kept", "jumps", "alignment", "gaps", "bands", "pixel-frames", "logs"})
@@ -160,10 +136,10 @@ static Outing complete_run() {
 }
 
 TEST(Report, TheNestingIsReallyLookedAt) {
-    EXPECT_EQ(nesting_fault("<!doctype html><p a=\"b\">x<br/></p>"), "");
-    EXPECT_EQ(nesting_fault("<p><b></p></b>"), "unexpected </p>");
-    EXPECT_EQ(nesting_fault("<p><b></b>"), "<p> is never closed");
-    EXPECT_NE(nesting_fault("<p>1 < 2</p>"), "");
+    EXPECT_EQ(html_nesting_fault("<!doctype html><p a=\"b\">x<br/></p>"), "");
+    EXPECT_EQ(html_nesting_fault("<p><b></p></b>"), "unexpected </p>");
+    EXPECT_EQ(html_nesting_fault("<p><b></b>"), "<p> is never closed");
+    EXPECT_NE(html_nesting_fault("<p>1 < 2</p>"), "");
 }
 
 TEST(Report, ACompleteRunIsSoundHtml) {
