@@ -34,7 +34,7 @@ constexpr char kTableHead[] =
     "<th scope=\"col\" class=\"of-unit\">Unit and range</th><th scope=\"col\" class=\"of-reader\">Read by</th>"
     "</tr></thead>\n";
 
-constexpr std::string_view kKeptForWorkers = "kept for the worker programs";
+constexpr std::string_view kKeptForWorkers = "kept for the workers";
 
 }  // namespace
 

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include "procs/force_video_step.h"
+#include "procs/readiness.h"
 #include "settings/descriptor_table.h"
 #include "settings/settings_file.h"
 #include "settings/settings_line.h"
@@ -95,6 +97,24 @@ TEST(SettingsHelp, TheGuideIsSoundAndItsLinksLeadSomewhere) {
     EXPECT_EQ(guide().find("<script"), std::string::npos);
 }
 
+TEST(SettingsHelp, TheGuideExplainsEveryStatusOfPracticeAndForceVideo) {
+    for (const ReadinessAnswer answer :
+         {ReadinessAnswer::waiting, ReadinessAnswer::ready, ReadinessAnswer::timed_out}) {
+        const std::string text = readiness_status_text(answer, 12);
+        EXPECT_NE(guide().find("<th scope=\"row\">" + text + "</th>"), std::string::npos) << text;
+    }
+    int32_t texts = 0;
+    for (const ForceVideoAnswer answer : {ForceVideoAnswer::unavailable, ForceVideoAnswer::post,
+                                          ForceVideoAnswer::defer, ForceVideoAnswer::timed_out}) {
+        for (const char* text : {force_video_press_text(answer), force_video_tick_text(answer)}) {
+            if (!text) continue;
+            ++texts;
+            EXPECT_NE(guide().find(std::string("<th scope=\"row\">") + text + "</th>"), std::string::npos) << text;
+        }
+    }
+    EXPECT_EQ(texts, 5);
+}
+
 TEST(SettingsHelp, ARowTellsTypeDefaultUnitRangeAndReader) {
     const std::string row = row_of("movie_padding_before_frames");
     for (const char* part : {"whole number", ">60<", "frames", "0 to 300; anything else loads as 60", "videogen.exe"})
@@ -103,7 +123,7 @@ TEST(SettingsHelp, ARowTellsTypeDefaultUnitRangeAndReader) {
     EXPECT_NE(row_of("max_diff_y%").find("<td class=\"value\">0.700000<"), std::string::npos);
     EXPECT_NE(row_of("*font_file").find("(empty)"), std::string::npos);
     EXPECT_NE(row_of("*capfile_output_dir").find("capfile.exe"), std::string::npos) << "from the help text";
-    EXPECT_NE(row_of("min_blob_keep").find("kept for the worker programs"), std::string::npos);
+    EXPECT_NE(row_of("min_blob_keep").find("kept for the workers"), std::string::npos);
 }
 
 TEST(SettingsHelp, OnlyKeysThatAreNotWrittenCarryTheDagger) {
