@@ -147,7 +147,7 @@ static void append_row(std::string* out, const Settings* defaults, int32_t row) 
     out->append("</td><td>");
     append_unit_and_range(out, fact);
     const std::string_view reader = reader_of(descriptor, fact);
-    out->append(reader == kKeptForWorkers ? "</td><td class=\"kept\">" : "</td><td>");
+    out->append(reader == kKeptForWorkers ? "</td><td class=\"kept\">" : "</td><td class=\"reader\">");
     append_html(out, reader);
     out->append("</td></tr>\n");
 }

@@ -27,12 +27,16 @@ form input{flex:1 1 16rem;max-width:34rem;padding:.45rem .7rem;font:inherit;colo
 border:1px solid var(--soft);border-radius:6px}
 form output{color:var(--soft);min-width:9rem}
 .scroll{overflow-x:auto}
-table{border-collapse:collapse;table-layout:fixed;width:100%;min-width:66rem;font-size:.92rem}
+table{border-collapse:collapse;table-layout:fixed;width:100%;min-width:72rem;font-size:.92rem}
 th,td{text-align:left;vertical-align:top;padding:.35rem .6rem;border-bottom:1px solid var(--line)}
 thead th{color:var(--soft);font-weight:600;white-space:nowrap}tbody th{font-weight:600}
-.key{width:19.5rem}.of-kind{width:7.5rem}.of-value{width:10rem}.of-unit{width:12rem}.of-reader{width:12.5rem}
+.key{width:18.5rem}.of-kind{width:7.5rem}.of-value{width:9rem}.of-unit{width:11rem}.of-reader{width:11rem}
 tbody th{overflow-wrap:anywhere}tbody th code{white-space:pre-wrap}.help{white-space:pre-line}
 .kind,.range,.kept{color:var(--soft)}.kind{white-space:nowrap}.value{overflow-wrap:anywhere}
+@media screen and (max-width:58rem){table{min-width:0}thead{display:none}table,tbody,tr,tbody th,td{display:block}
+tr{padding:.5rem 0;border-bottom:1px solid var(--line)}tbody th,td{border:0;padding:0}.value,.none,.reader{display:block}
+.value::before,.none::before{content:"default: ";color:var(--soft);font-family:"Segoe UI",system-ui,sans-serif}
+.reader::before{content:"read by: ";color:var(--soft)}td.kept{display:none}}
 tr:target{background:var(--mark)}tr[hidden],section[hidden]{display:none}
 .none{color:var(--soft)}
 @media print{:root{color-scheme:light;--page:#fff;--text:#000;--soft:#444;--line:#bbb;--panel:#fff;--blue:#174a96}
