@@ -108,9 +108,16 @@ DialogResult modal_wait(ModalDialog* dialog) {
     return dialog->result;
 }
 
+// GetMessage does not return for a message that another thread or program sent: one must be posted for the loop to
+// look again.
+static void wake() {
+    PostThreadMessageA(GetCurrentThreadId(), WM_NULL, 0, 0);
+}
+
 void modal_end(ModalDialog* dialog, DialogResult result) {
     dialog->result = result;
     dialog->ended = true;
+    wake();
 }
 
 // A push button with the focus takes Enter for itself.
