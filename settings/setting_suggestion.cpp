@@ -14,6 +14,7 @@ constexpr size_t kCharactersPerError = 4;
 constexpr size_t kLongest = 80;  // no key comes near; keeps a hostile line from costing time
 
 using Costs = std::array<int32_t, kLongest + 1>;
+using Letters = std::array<int8_t, 36>;  // how often each letter, in either case, and each digit stands in a key
 
 }  // namespace
 
@@ -64,16 +65,38 @@ static int32_t distance(std::string_view from, std::string_view to, int32_t limi
     return last[to.size()];
 }
 
+static void count_letters(Letters* letters, std::string_view text, int8_t step) {
+    for (const char c : text) {
+        const char lower = lower_case(c);
+        if (lower >= 'a' && lower <= 'z')
+            (*letters)[lower - 'a'] = static_cast<int8_t>((*letters)[lower - 'a'] + step);
+        if (c >= '0' && c <= '9') (*letters)[26 + c - '0'] = static_cast<int8_t>((*letters)[26 + c - '0'] + step);
+    }
+}
+
+// No distance is less: one error adds at most one letter and takes at most one away. Most rows need no closer look,
+// or a file with nothing but unknown keys would take minutes.
+static int32_t least_distance(Letters difference, std::string_view to) {
+    count_letters(&difference, to, -1);
+    int32_t more = 0;
+    int32_t fewer = 0;
+    for (const int8_t count : difference) (count > 0 ? more : fewer) += count;
+    return std::max(more, -fewer) * kError;
+}
+
 int32_t setting_row_nearest(std::string_view key) {
     if (key.size() > kLongest) return -1;
     // What is slight adds up to less than one error, or a line of blanks and brackets would come near everything.
     const size_t errors = std::min(key.size() / kCharactersPerError, kMaxErrors);
     int32_t least = static_cast<int32_t>(errors) * kError + kError;
     int32_t nearest = -1;
+    Letters letters{};
+    count_letters(&letters, key, 1);
     for (int32_t row = 0; row < kSettingRowCount; ++row) {
         const SettingDescriptor& descriptor = kSettingTable[row];
         const std::string_view other = descriptor.key;
         if (descriptor.type == SETTING_SEPARATOR || other.size() > kLongest) continue;
+        if (least_distance(letters, other) >= least) continue;
         const int32_t cost = distance(key, other, least);
         if (cost >= least) continue;
         least = cost;
