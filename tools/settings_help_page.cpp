@@ -65,10 +65,10 @@ static bool is_id_character(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
 }
 
-std::string settings_help_id(std::string_view text) {
+std::string settings_help_id(std::string_view key) {
     std::string id;
     bool gap = false;
-    for (const char c : text) {
+    for (const char c : key) {
         if (is_id_character(c)) {
             if (gap && !id.empty()) id.push_back('-');
             id.push_back(c);
