@@ -70,7 +70,7 @@ inline bool modal_is_press(WPARAM wp) {
     return HIWORD(wp) == BN_CLICKED;
 }
 
-// The messages every dialog answers alike: close box, Enter's button, keyboard kept while away, and its own end.
+// The messages every dialog answers alike: close box, Enter's button, keyboard kept while away, wheel, its own end.
 bool modal_message(ModalDialog* dialog, UINT message, WPARAM wp, LPARAM lp, LRESULT* result);
 
 template <class Record, size_t count>

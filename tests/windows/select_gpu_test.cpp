@@ -81,9 +81,11 @@ Shown find_dialog() {
 }
 
 std::atomic<int> owner_ticks;
+std::atomic<int> owner_wheels;
 
 LRESULT CALLBACK owner_procedure(HWND window, UINT message, WPARAM wp, LPARAM lp) {
     if (message == WM_TIMER) ++owner_ticks;
+    if (message == WM_MOUSEWHEEL) ++owner_wheels;
     return DefWindowProcA(window, message, wp, lp);
 }
 
@@ -250,6 +252,16 @@ TEST_F(SelectGpu, TheOwnersTimersGoOn) {
         SendMessageA(shown.cancel, BM_CLICK, 0, 0);
     });
     KillTimer(owner, kOwnerTimer);
+}
+
+TEST_F(SelectGpu, TheWheelDoesNotReachTheOwner) {
+    owner_wheels = 0;
+    choose([](const Shown& shown) {
+        SendMessageA(shown.ok, WM_MOUSEWHEEL, MAKEWPARAM(0, WHEEL_DELTA), 0);
+        SendMessageA(shown.window, WM_MOUSEWHEEL, MAKEWPARAM(0, WHEEL_DELTA), 0);
+        SendMessageA(shown.cancel, BM_CLICK, 0, 0);
+    });
+    EXPECT_EQ(owner_wheels, 0);
 }
 
 TEST_F(SelectGpu, AnOwnerThatGoesAwayEndsTheWait) {
