@@ -12,7 +12,6 @@ inline constexpr int32_t kIdPage = 120;          // plain ground between the tab
 inline constexpr int32_t kIdProcessList = 200;   // Processes tab
 inline constexpr int32_t kIdFeedCamera = 310;    // + feed, Feeds tab: the assigned camera
 inline constexpr int32_t kIdFeedCounters = 320;  // + feed: counters and rate
-inline constexpr int32_t kIdSettingsNote = 400;  // Settings tab
 
 // Processes tab. The stop of a single worker is its start + 3 (per feed) or + 1.
 inline constexpr int32_t kCmdStartAll = 201;
@@ -64,6 +63,8 @@ inline constexpr int32_t kCmdShadowRemoval = 724;
 inline constexpr int32_t kCmdFeedOffset = 725;  // + feed
 inline constexpr int32_t kCmdCaptureFeeds = 728;
 inline constexpr int32_t kCmdPauseRecording = 729;
+
+// Settings tab: 800 is its list, 801..809 its buttons (settings/settings_tab.h).
 
 // Accelerators.
 inline constexpr int32_t kCmdSaveSettings = 1001;

@@ -86,9 +86,13 @@ static bool on_min_max_info(UiContext* /*ui*/, WPARAM /*wp*/, LPARAM lp, LRESULT
     return true;
 }
 
-// The picture takes the wheel, whichever control has the keyboard. It returns what it does not want to its parent,
-// which is us: only a wheel that did not come from there goes to it.
+// On its tab the picture takes the wheel, whichever control has the keyboard. It returns what it does not want to its
+// parent, which is us: only a wheel that did not come from there goes to it.
 static bool on_mouse_wheel(UiContext* ui, WPARAM wp, LPARAM lp, LRESULT* result) {
+    if (ui->current_tab == kTabSettings) {
+        settings_tab_wheel(&ui->settings_tab, GET_WHEEL_DELTA_WPARAM(wp));
+        return true;
+    }
     if (ui->current_tab != kTabPreview || !ui->preview.window || ui->forwarding_wheel) return false;
     ui->forwarding_wheel = true;
     *result = SendMessageA(ui->preview.window, WM_MOUSEWHEEL, wp, lp);
@@ -181,8 +185,8 @@ static void create_menus(UiContext* ui) {
     HMENU capture = CreatePopupMenu();
     append_item(capture, MF_GRAYED, kCmdFileCapture, "&Start File Capture...");
     HMENU tools = CreatePopupMenu();
-    append_item(tools, MF_GRAYED, kCmdSelectPracticeFiles, "&Select Practice Files...");
-    append_item(tools, MF_GRAYED, kCmdSelectCameras, "Select &Cameras...");
+    append_item(tools, 0, kCmdSelectPracticeFiles, "&Select Practice Files...");
+    append_item(tools, 0, kCmdSelectCameras, "Select &Cameras...");
     HMENU help = CreatePopupMenu();
     append_item(help, 0, kCmdHelp, "Documentation\tF1");
     AppendMenuA(help, MF_SEPARATOR, 0, nullptr);
@@ -255,6 +259,7 @@ void main_window_destroy(UiContext* ui) {
     grid_panel_close(&ui->grid);  // while the control block that it hands over in is still there
     jumper_panel_destroy(&ui->jumpers);
     preview_destroy(&ui->preview);
+    settings_tab_destroy(&ui->settings_tab);
     if (ui->accelerators) DestroyAcceleratorTable(ui->accelerators);
     ui->accelerators = nullptr;
     ipc_close(&ui->sync);

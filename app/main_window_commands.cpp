@@ -1,3 +1,5 @@
+#include <cstring>
+
 #include "app/commands.h"
 #include "app/help_pages.h"
 #include "app/log.h"
@@ -5,8 +7,13 @@
 #include "app/ui_context.h"
 #include "procs/feed_orchestration.h"
 #include "procs/force_video.h"
+#include "settings/select_cameras.h"
+#include "settings/select_practice_files.h"
 #include "settings/settings_file.h"
-#include "settings/settings_values.h"
+
+static bool is_attended(const UiContext* ui) {
+    return ui->cli.mode == kModeInteractive;
+}
 
 // Every handler gets the distance of the id from the first of its row: the feed, where there is one per feed.
 
@@ -63,12 +70,50 @@ static void on_round_up(UiContext* ui, int32_t /*offset*/) {
 }
 static void on_load_jumpers(UiContext* ui, int32_t /*offset*/) {
     // The dialog would wait for somebody who is not there.
-    if (ui->cli.mode == kModeInteractive) jumper_panel_load_interactive(&ui->jumpers);
+    if (is_attended(ui)) jumper_panel_load_interactive(&ui->jumpers);
 }
 
 static void redisplay_settings(void* context) {
     auto* ui = static_cast<UiContext*>(context);
+    settings_tab_refill(&ui->settings_tab);
     feeds_tab_show_settings(&ui->feeds, ui->settings);
+}
+
+static void copy_paths(const char (&from)[3][kSettingTextSize], char (&to)[3][kSettingTextSize]) {
+    memcpy(to, from, sizeof to);
+}
+
+// A chooser disables its owner: one that was asked for meanwhile would open over it.
+static bool may_ask(const UiContext* ui) {
+    return is_attended(ui) && IsWindowEnabled(ui->window);
+}
+
+static void on_select_practice_files(UiContext* ui, int32_t /*offset*/) {
+    if (!may_ask(ui)) return;
+    char paths[3][kSettingTextSize];
+    copy_paths(ui->settings->practice_video_path, paths);
+    const DialogResult result = select_practice_files(ui->window, paths);
+    if (result != DialogResult::ok || ui->closing) return;
+    copy_paths(paths, ui->settings->practice_video_path);
+    settings_save(ui->settings, ui->settings_path);
+    redisplay_settings(ui);
+    log_info("settings: practice_video_path updated — feed0=\"%s\" feed1=\"%s\" feed2=\"%s\"", paths[0], paths[1],
+             paths[2]);
+}
+
+static void on_select_cameras(UiContext* ui, int32_t /*offset*/) {
+    if (!may_ask(ui)) return;
+    char paths[3][kSettingTextSize];
+    copy_paths(ui->settings->camera_device_path, paths);
+    const DialogResult result = select_cameras(ui->window, ui->exe_dir, paths);
+    if (result != DialogResult::ok || ui->closing) return;
+    copy_paths(paths, ui->settings->camera_device_path);
+    settings_save(ui->settings, ui->settings_path);
+    settings_tab_load(&ui->settings_tab);
+    feeds_tab_show_settings(&ui->feeds, ui->settings);
+    log_info("settings: camera_device_path updated — feed0=\"%s\" feed1=\"%s\" feed2=\"%s\"", paths[0], paths[1],
+             paths[2]);
+    sync_captures(ui);
 }
 
 static void on_grid_lines(UiContext* ui, int32_t /*offset*/) {
@@ -76,7 +121,7 @@ static void on_grid_lines(UiContext* ui, int32_t /*offset*/) {
         grid_panel_bring_to_front(&ui->grid);
         return;
     }
-    const bool attended = ui->cli.mode == kModeInteractive;
+    const bool attended = is_attended(ui);
     ControlBlock* control = ui_control_block(ui);
     if (control) {
         grid_panel_open(&ui->grid, ui->window, ui->settings, control, &ui->sync, ui->settings_path,
@@ -104,14 +149,14 @@ static void on_about(UiContext* ui, int32_t /*offset*/) {
 
 static void on_save_settings(UiContext* ui, int32_t /*offset*/) {
     if (ui->current_tab != kTabSettings) return;
-    const bool saved = settings_save(ui->settings, ui->settings_path) == 0;
+    const bool saved = settings_tab_save(&ui->settings_tab) == 0;
+    feeds_tab_show_settings(&ui->feeds, ui->settings);
     ui_set_status(ui, saved ? "Settings saved" : "Settings could not be saved, see controller_debug.log");
 }
 
 static void on_load_settings(UiContext* ui, int32_t /*offset*/) {
     if (ui->current_tab != kTabSettings) return;
-    settings_init_defaults(ui->settings);
-    settings_load(ui->settings, ui->settings_path);  // without the file the defaults stand, and the log says so
+    settings_tab_load(&ui->settings_tab);
     feeds_tab_show_settings(&ui->feeds, ui->settings);
     ui_set_status(ui, "Settings loaded");
 }
@@ -146,6 +191,8 @@ constexpr CommandEntry kCommands[] = {
     {kCmdLoadJumpers, 1, on_load_jumpers},
     {kCmdGridLines, 1, on_grid_lines},
     {kCmdHelp, 1, on_help},
+    {kCmdSelectPracticeFiles, 1, on_select_practice_files},
+    {kCmdSelectCameras, 1, on_select_cameras},
     {kCmdAbout, 1, on_about},
     {kCmdSaveSettings, 1, on_save_settings},
     {kCmdLoadSettings, 1, on_load_settings},
@@ -155,6 +202,8 @@ constexpr CommandEntry kCommands[] = {
 
 void main_window_command(UiContext* ui, int32_t id) {
     if (preview_command(&ui->preview, id)) return;
+    if (settings_tab_command(&ui->settings_tab, id, is_attended(ui)))
+        return feeds_tab_show_settings(&ui->feeds, ui->settings);
     // The panel's Exit carries the number that Ctrl+S sends here: saving must not close it.
     if (id != kCmdSaveSettings && grid_panel_command(&ui->grid, id)) return;
     for (const CommandEntry& entry : kCommands)

@@ -4,8 +4,6 @@
 
 #include <commctrl.h>
 
-#include <cstdio>
-
 #include "app/commands.h"
 #include "app/main_window_parts.h"
 #include "app/ui_context.h"
@@ -16,8 +14,6 @@ namespace {
 
 constexpr int32_t kStatusHeight = 22;
 constexpr RECT kGridButton = {380, -3, 380 + 150, -3 + 26};
-constexpr int32_t kNoteMargin = 14;
-constexpr int32_t kNoteHeight = 120;
 constexpr const char* kTabTitles[] = {"Preview", "Processes", "Feeds", "Settings"};
 
 }  // namespace
@@ -50,15 +46,7 @@ static void create_tabs(UiContext* ui) {
 }
 
 static void create_settings_tab(UiContext* ui) {
-    char text[512];
-    snprintf(
-        text, sizeof text,
-        "Settings are edited in the file\n\n    %s\n\nCtrl+L loads the file again, Ctrl+S writes it. F1 explains "
-        "every setting.",
-        ui->settings_path);
-    ui->settings_note =
-        CreateWindowExA(0, "STATIC", text, WS_CHILD | WS_CLIPSIBLINGS | SS_LEFT | SS_NOPREFIX, 0, 0, 0, 0, ui->window,
-                        reinterpret_cast<HMENU>(INT_PTR{kIdSettingsNote}), ui->instance, nullptr);
+    settings_tab_create(&ui->settings_tab, ui->window, ui->instance, ui->settings, ui->settings_path, ui->exe_dir);
 }
 
 static void create_grid_button(UiContext* ui) {
@@ -69,7 +57,7 @@ static void create_grid_button(UiContext* ui) {
 
 static BOOL CALLBACK set_font(HWND child, LPARAM param) {
     const auto* ui = reinterpret_cast<const UiContext*>(param);
-    if (!jumper_panel_owns(&ui->jumpers, child))
+    if (!jumper_panel_owns(&ui->jumpers, child) && !settings_tab_owns(&ui->settings_tab, child))
         SendMessageA(child, WM_SETFONT, reinterpret_cast<WPARAM>(ui->font), FALSE);
     return TRUE;
 }
@@ -130,9 +118,7 @@ void main_window_layout(UiContext* ui) {
     preview_layout(&ui->preview, area);
     processes_tab_layout(&ui->process_tab, area);
     feeds_tab_layout(&ui->feeds, area);
-    const int note_width = width > 2 * kNoteMargin ? width - 2 * kNoteMargin : 0;
-    SetWindowPos(ui->settings_note, nullptr, area.left + kNoteMargin, area.top + kNoteMargin, note_width, kNoteHeight,
-                 kFlags);
+    settings_tab_layout(&ui->settings_tab, area);
 }
 
 void main_window_refresh_feeds_tab(UiContext* ui) {
@@ -158,7 +144,7 @@ void main_window_select_tab(UiContext* ui, int32_t tab) {
     jumper_panel_show(&ui->jumpers, tab == kTabPreview);
     processes_tab_show(&ui->process_tab, tab == kTabProcesses);
     feeds_tab_show(&ui->feeds, tab == kTabFeeds);
-    ShowWindow(ui->settings_note, tab == kTabSettings ? SW_SHOWNA : SW_HIDE);
+    settings_tab_show(&ui->settings_tab, tab == kTabSettings);
     if (tab == kTabProcesses) ui_rebuild_processes(ui);
     if (tab == kTabFeeds) main_window_refresh_feeds_tab(ui);
 }

@@ -27,6 +27,7 @@
 #include "procs/process_manager.h"
 #include "procs/readiness.h"
 #include "settings/settings.h"
+#include "settings/settings_tab.h"
 
 enum Tab : int32_t { kTabPreview = 0, kTabProcesses = 1, kTabFeeds = 2, kTabSettings = 3 };
 
@@ -53,7 +54,6 @@ struct UiContext {
     HWND tabs = nullptr;
     HWND page = nullptr;  // ground of the tabs' controls
     HWND status = nullptr;
-    HWND settings_note = nullptr;
     HACCEL accelerators = nullptr;
     HFONT font = nullptr;
     int32_t current_tab = kTabPreview;
@@ -72,6 +72,7 @@ struct UiContext {
     GridPanel grid = {};
     FeedsTab feeds = {};
     ProcessesTab process_tab = {};
+    SettingsTab settings_tab = {};
 
     ReadinessWait readiness = {};
     ForceVideoWait force_video = {};

@@ -6,6 +6,7 @@
 #include "settings/descriptor_table.h"
 #include "settings/settings_line.h"
 #include "settings/text_numbers.h"
+#include "settings/text_pieces.h"
 
 namespace {
 
@@ -62,12 +63,6 @@ static SettingPair pair_from(std::string_view text) {
     return pair;
 }
 
-static std::string_view whole_characters(std::string_view text, size_t limit) {
-    if (text.size() <= limit) return text;
-    while (limit > 0 && (static_cast<uint8_t>(text[limit]) & 0xC0) == 0x80) --limit;
-    return text.substr(0, limit);
-}
-
 void editor_store_text(Settings* settings, int32_t index, std::string_view text) {
     const SettingInfo* info = settings_info_at(index);
     if (!info) return;
@@ -79,7 +74,8 @@ void editor_store_text(Settings* settings, int32_t index, std::string_view text)
             settings_set_float(settings, index, text_to_float(text));
             break;
         case SETTING_STRING:
-            settings_set_string(settings, index, std::string(whole_characters(text, kSettingTextSize - 1)).c_str());
+            settings_set_string(settings, index,
+                                std::string(text.substr(0, text_cut(text, kSettingTextSize - 1))).c_str());
             break;
         case SETTING_PAIR:
             settings_set_pair(settings, index, pair_from(text));

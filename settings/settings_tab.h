@@ -35,7 +35,6 @@ struct SettingsTab {
     Settings* settings;
     char settings_path[260];
     char exe_dir[MAX_PATH];
-    bool attended;
 
     EditorRows rows;
     int32_t scroll;  // pixels of the content above the visible part
@@ -45,9 +44,9 @@ struct SettingsTab {
 };
 
 // Builds the controls, hidden. `settings` outlives the tab; the paths are copied, `exe_dir` without a trailing
-// separator. Not attended: no button opens a dialog. Returns 0; -1, logged, when the list cannot be had.
+// separator. Returns 0; -1, logged, when the list cannot be had.
 int32_t settings_tab_create(SettingsTab* tab, HWND parent, HINSTANCE instance, Settings* settings,
-                            const char* settings_path, const char* exe_dir, bool attended);
+                            const char* settings_path, const char* exe_dir);
 
 // `area` in the parent's client coordinates.
 void settings_tab_layout(SettingsTab* tab, const RECT& area);
@@ -56,8 +55,9 @@ void settings_tab_show(SettingsTab* tab, bool show);
 // Whether the window is one of the tab's or lies in one: they have their own fonts.
 bool settings_tab_owns(const SettingsTab* tab, HWND window);
 
-// Commands 801..809. False for others. May pump messages (choosers).
-bool settings_tab_command(SettingsTab* tab, int32_t id);
+// Commands 801..809. False for others. May pump messages (choosers). Not attended: those that would open a dialog do
+// nothing.
+bool settings_tab_command(SettingsTab* tab, int32_t id, bool attended);
 // A turn of the mouse wheel that another window received; `delta` as Windows counts, 120 a notch.
 void settings_tab_wheel(SettingsTab* tab, int32_t delta);
 
