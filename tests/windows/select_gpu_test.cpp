@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "settings/gpu_adapters.h"
+#include "tests/support/child_role.h"
 #include "tests/support/log_capture.h"
 
 namespace {
@@ -294,6 +295,38 @@ TEST_F(SelectGpu, OpeningAndClosingLeavesNoObjectBehind) {
     for (int i = 0; i < 5; ++i) open_once();
     EXPECT_LE(GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS), gdi);
     EXPECT_LE(GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS), user);
+}
+
+// Where the system reports no NVIDIA adapter. Wine's choice of adapter is made once per process, so a child plays.
+static int see_no_gpu(int /*argc*/, char** /*argv*/) {
+    GpuList list;
+    if (gpu_adapters_enumerate(&list) != 0) return 2;
+    int wrong = 0;
+    std::thread person([&] {
+        const Shown shown = find_dialog();
+        wrong |= text_of(shown.status) == "No NVENC-visible GPUs detected. Check NVIDIA driver (R570+)." ? 0 : 4;
+        wrong |= shown.lines().empty() ? 0 : 8;
+        wrong |= IsWindowEnabled(shown.ok) ? 16 : 0;
+        shown.key(VK_RETURN);
+        SendMessageA(shown.refresh, BM_CLICK, 0, 0);
+        wrong |= IsWindowEnabled(shown.ok) ? 32 : 0;
+        PostMessageA(shown.window, WM_CLOSE, 0, 0);
+    });
+    GpuEntry chosen = {};
+    const DialogResult result = select_gpu(nullptr, "ffmpeg.exe", "", -1, &chosen);
+    person.join();
+    return wrong | (result == DialogResult::cancelled ? 0 : 64);
+}
+static const RegisterChildRole kSeeNoGpu("see no gpu", see_no_gpu);
+
+TEST(SelectGpuWithoutNvidia, SaysSoAndOffersNoOk) {
+    SetEnvironmentVariableA("WINE_D3D_CONFIG", "VideoPciVendorID=0x8086,VideoPciDeviceID=0x0166");
+    ChildProcess child("see no gpu");
+    SetEnvironmentVariableA("WINE_D3D_CONFIG", nullptr);
+    ASSERT_TRUE(child.started());
+    ASSERT_TRUE(child.wait_ended());
+    if (child.exit_code() == 2) GTEST_SKIP() << "this system's adapters cannot be exchanged";
+    EXPECT_EQ(child.exit_code(), 0u);
 }
 
 TEST(GpuAdapters, AThreadThatChoseAnotherThreadingModelIsServedAndKeepsIt) {
