@@ -185,6 +185,13 @@ static HWND add(SettingsTab* tab, const wchar_t* window_class, const std::string
     return control;
 }
 
+// Some systems' boxes of one line keep the wheel to themselves.
+static LRESULT CALLBACK box_proc(HWND box, UINT message, WPARAM wp, LPARAM lp, UINT_PTR id, DWORD_PTR list) {
+    if (message == WM_MOUSEWHEEL) return SendMessageA(reinterpret_cast<HWND>(list), message, wp, lp);
+    if (message == WM_NCDESTROY) RemoveWindowSubclass(box, box_proc, id);
+    return DefSubclassProc(box, message, wp, lp);
+}
+
 static void add_row(SettingsTab* tab, int32_t i) {
     const EditorRow& row = tab->rows.row[i];
     if (row.heading) add(tab, L"STATIC", row.heading, SS_NOPREFIX, 0, row.heading_place, -1, tab->heading_font);
@@ -193,6 +200,7 @@ static void add_row(SettingsTab* tab, int32_t i) {
                         row.label, -1, tab->label_font);
     tab->box[i] = add(tab, L"EDIT", editor_value_text(tab->settings, row.index), WS_TABSTOP | ES_AUTOHSCROLL,
                       WS_EX_CLIENTEDGE, row.box, kIdSettingsFirstBox + i, tab->box_font);
+    if (tab->box[i]) SetWindowSubclass(tab->box[i], box_proc, 0, reinterpret_cast<DWORD_PTR>(tab->window));
     if (i == tab->rows.folder_row)
         tab->folder_button = add(tab, L"BUTTON", "Browse...", WS_TABSTOP | BS_PUSHBUTTON, 0, tab->rows.folder_button,
                                  kCmdTabSelectFolder, tab->box_font);
