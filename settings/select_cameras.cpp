@@ -83,17 +83,15 @@ static void show_search(const CameraDialog* dialog, CameraSearch search) {
     camera_search_message(search, dialog->choice.list.count, text);
     SetDlgItemTextA(dialog->window, kCameraStatusId, text);
     const BOOL known = search != CameraSearch::running;
-    HWND cancel = GetDlgItem(dialog->window, IDCANCEL);
-    if (!known) SetFocus(cancel);  // a disabled control would keep the keyboard to itself
     for (HWND list : dialog->list) EnableWindow(list, known);
     for (const int32_t id : {kCameraSwapId, kCameraSwapId + 1, kCameraSwapId + 2, kCameraRefreshId, int32_t{IDOK}})
         EnableWindow(GetDlgItem(dialog->window, id), known);
-    if (known && GetFocus() == cancel) SetFocus(dialog->focus_after_search);
 }
 
 static void finish_search(CameraDialog* dialog, CameraSearch search) {
     fill_lists(dialog);
     show_search(dialog, search);
+    if (GetFocus() == GetDlgItem(dialog->window, IDCANCEL)) SetFocus(dialog->focus_after_search);
 }
 
 static void start_search(CameraDialog* dialog) {
@@ -151,6 +149,7 @@ static bool on_command(CameraDialog* dialog, WPARAM wp, LPARAM /*lp*/, LRESULT* 
         take_choice(dialog);
     } else if (id == kCameraRefreshId && enabled) {
         dialog->focus_after_search = GetDlgItem(dialog->window, kCameraRefreshId);
+        SetFocus(GetDlgItem(dialog->window, IDCANCEL));  // a disabled control would keep the keyboard to itself
         start_search(dialog);
     } else if (id >= kCameraSwapId && id < kCameraSwapId + 3 && enabled) {
         swap(dialog, id - kCameraSwapId);
@@ -211,7 +210,8 @@ DialogResult select_cameras(HWND owner, const char* exe_dir, char paths[kSetting
     restore_position(&dialog);
     fill_lists(&dialog);
     dialog.focus_after_search = dialog.list[0];
-    modal_show(&dialog, dialog.list[0]);
+    show_search(&dialog, CameraSearch::running);
+    modal_show(&dialog, GetDlgItem(dialog.window, IDCANCEL));
     start_search(&dialog);
     return modal_wait(&dialog);
 }
