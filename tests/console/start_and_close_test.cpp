@@ -74,8 +74,8 @@ TEST_F(StartAndClose, TheMenusReadAsPlannedAndUnbuiltEntriesAreGreyed) {
     };
     constexpr Expected kExpected[] = {
         {"&Capture", 0, "&Start File Capture...", 510, false},
-        {"&Tools", 0, "&Select Practice Files...", 520, false},
-        {"&Tools", 1, "Select &Cameras...", 521, false},
+        {"&Tools", 0, "&Select Practice Files...", 520, true},
+        {"&Tools", 1, "Select &Cameras...", 521, true},
         {"&Help", 0, "Documentation\tF1", 501, true},
         {"&Help", 2, "About...", 502, true},
     };
