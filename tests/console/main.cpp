@@ -3,8 +3,10 @@
 
 #include "tests/console/fake_worker.h"
 #include "tests/console/installation.h"
+#include "tests/support/fake_listing.h"
 
 int main(int argc, char** argv) {
+    if (is_fake_listing(argc, argv)) return fake_listing_main();
     if (is_fake_worker()) return fake_worker_main(argc, argv);
     testing::InitGoogleTest(&argc, argv);
     const int outcome = RUN_ALL_TESTS();
