@@ -52,7 +52,7 @@ static void save_position(const CameraDialog* dialog) {
     char path[kPathSize];
     position_path(dialog, path);
     RECT place = {};
-    if (!GetWindowRect(dialog->window, &place)) return;
+    if (IsIconic(dialog->window) || !GetWindowRect(dialog->window, &place)) return;
     char text[kCameraPositionSize];
     camera_position_text(place.left, place.top, text);
     write_text_atomic(path, text, "Select Cameras");

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <dlgs.h>
+
 #include <cstdio>
 #include <functional>
 #include <string>
@@ -156,6 +158,26 @@ TEST_F(SelectPracticeFiles, CancelledBrowseLeavesTheBox) {
                   DialogResult::ok);
     }
     expect_paths("C:\\v\\top.mp4", "", "C:\\v\\l\u00e5g.mp4");
+}
+
+TEST_F(SelectPracticeFiles, BrowsedFileReplacesTheText) {
+    const TempDir dir;
+    const std::string video = dir.file("video.mp4");
+    write_whole_file(video, "");
+    EXPECT_EQ(choose([&](HWND window) {
+                  PostMessageA(GetDlgItem(window, kPracticeBrowseId + 1), BM_CLICK, 0, 0);
+                  HWND question = shown_window("#32770", "Select Feed 1 practice video");
+                  EXPECT_NE(question, nullptr);
+                  HWND name = GetDlgItem(question, edt1);
+                  if (!name) name = GetDlgItem(question, cmb13);
+                  SendMessageA(name, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(video.c_str()));
+                  PostMessageA(question, WM_COMMAND, IDOK, 0);
+                  EXPECT_TRUE(look_until([&] { return !IsWindow(question); }));
+                  EXPECT_TRUE(look_until([&] { return text_in(GetDlgItem(window, kPracticePathId + 1)) == video; }));
+                  click(window, kPracticeOkId);
+              }),
+              DialogResult::ok);
+    expect_paths("C:\\v\\top.mp4", video, "C:\\v\\l\u00e5g.mp4");
 }
 
 TEST_F(SelectPracticeFiles, TextThatIsNoFileNameCanStillBeBrowsed) {
