@@ -300,6 +300,22 @@ TEST_F(SettingsEditor, AChosenFolderIsModifiedUntilSave) {
     EXPECT_EQ(in_file("*capfile_output_dir"), "C:\\windows");
 }
 
+TEST_F(SettingsEditor, TheGridPanelsSaveShowsTheRecordAgain) {
+    open({"movie_pad=7"});
+    type("movie_pad", L"8");
+    send_command(console, 500);
+    EXPECT_TRUE(log_shows(installation, "grid line setup panel created"));
+    HWND panel = FindWindowA("GridLineSetupClass", nullptr);
+    ASSERT_NE(panel, nullptr);
+    PostMessageW(GetDlgItem(panel, 1000), BM_CLICK, 0, 0);
+    EXPECT_TRUE(becomes(
+        "movie_pad", [&] { return shown("movie_pad"); }, std::string("7")));
+    ASSERT_TRUE(wait_until([&] { return message_box(console) != nullptr; }));
+    PostMessageW(message_box(console), WM_COMMAND, IDOK, 0);
+    EXPECT_TRUE(log_shows(installation, "grid line settings saved to *"));
+    EXPECT_EQ(button_text(console, kStatus), "Loaded");
+}
+
 TEST_F(SettingsEditor, ClosingSavesTheRecordNotWhatWasTyped) {
     open({"movie_pad=7"});
     type("movie_pad", L"8");
