@@ -547,9 +547,9 @@ def fixtures():
                                                                                        **plain(feed_count=3)))
     rows = [(f, 5000 * j + 20 * f + i, 10**9 + (5000 * j + 20 * f + i) * FRAME_US, 10 + (7 * i) // 2)
             for j in (1,) for f in range(3) for i in range(530)]
-    long = plain(feed_count=3)
-    long["overlap"] = 14
-    add("long_jump", "530 records of one jump, more than are paired and sampled", by_hand(87, rows, **long))
+    same = dict(two_lines(0, 0, 40, 1920, 20), **two_lines(1, 0, 40, 1920, 20), **two_lines(2, 0, 40, 1920, 20))
+    add("long_jump", "530 records of one jump, more than are paired and sampled",
+        by_hand(87, rows, **plain(feed_count=3, settings=same)))
     for name, f1, first, f2 in (("trigger_5_m", 45, 0, 20), ("bridge_2_8_m", 45, 20, 42), ("bridge_3_m", 44, 0, 41)):
         grid = dict(two_lines(0, 0, 0, 1728, 40), **two_lines(1, first, f1, 1920, 20))
         grid.update(two_lines(2, 960, f2, 961, 10))
