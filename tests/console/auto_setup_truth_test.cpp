@@ -203,6 +203,7 @@ TEST_F(AutoSetupTruthOnTheRig, MeasuresWhatIsTrueOfTheSceneAndOrvekctlFindsTheSa
                        "pixel_frames_v2: populated all three feeds from 5 jumpers", "auto setup: settings saved",
                        "CLI mode: exit code 0", "controller exiting"}));
     EXPECT_EQ(log_count(installation, "ERR *"), 0);
+    EXPECT_EQ(log_count(installation, "restarting *"), 0);
     EXPECT_TRUE(installation_has(installation, "auto_setup_report.html"));
     expect_truth();
     expect_offline_analysis_saves_the_same();
