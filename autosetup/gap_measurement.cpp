@@ -4,7 +4,6 @@
 #include "autosetup/gap_measurement.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <optional>
 
@@ -14,6 +13,7 @@
 #include "autosetup/statistics.h"
 #include "autosetup/wrapping.h"
 #include "procs/worker_commands.h"
+#include "settings/text_numbers.h"
 
 namespace {
 
@@ -40,17 +40,10 @@ static std::optional<int64_t> fire_seq(std::string_view line) {
     constexpr std::string_view key = "fire_seq=";
     const size_t at = line.find(key);
     if (at == std::string_view::npos) return std::nullopt;
-    line.remove_prefix(at + key.size());
-    line.remove_prefix(std::min(line.find_first_not_of(" \t\n\v\f\r"), line.size()));
-    const bool negative = line.starts_with('-');
-    if (negative || line.starts_with('+')) line.remove_prefix(1);
-    const size_t digits = std::min(line.find_first_not_of("0123456789"), line.size());
-    if (digits == 0) return std::nullopt;
-    uint64_t magnitude = 0;
-    const auto [end, error] = std::from_chars(line.data(), line.data() + digits, magnitude);
-    const uint64_t limit = static_cast<uint64_t>(INT64_MAX) + (negative ? 1 : 0);
-    if (error != std::errc() || magnitude > limit) magnitude = limit;
-    return static_cast<int64_t>(negative ? 0 - magnitude : magnitude);
+    TextCursor cursor{line.data() + at + key.size(), line.data() + line.size()};
+    int64_t seq = 0;
+    if (!scan_int64(&cursor, &seq)) return std::nullopt;
+    return seq;
 }
 
 static bool in_band(int32_t gap) {

@@ -22,21 +22,18 @@ int64_t known_offset(const AlignRecord& record) {
     return record.valid != 0 ? record.offset : 0;
 }
 
-static uint64_t distance(int64_t a, int64_t b) {
-    return a > b ? static_cast<uint64_t>(a) - static_cast<uint64_t>(b)
-                 : static_cast<uint64_t>(b) - static_cast<uint64_t>(a);
-}
-
 const MotionBlob& closest_to_column(const JumpRecords& records, int32_t column) {
     int32_t best = 0;
     for (int32_t i = 1; i < records.count; ++i)
-        if (distance(records.records[i].x, column) < distance(records.records[best].x, column)) best = i;
+        if (distance_between(records.records[i].x, column) < distance_between(records.records[best].x, column))
+            best = i;
     return records.records[best];
 }
 
 const MotionBlob& closest_to_seq(const JumpRecords& records, int64_t seq) {
     int32_t best = 0;
     for (int32_t i = 1; i < records.count; ++i)
-        if (distance(records.records[i].seq, seq) < distance(records.records[best].seq, seq)) best = i;
+        if (distance_between(records.records[i].seq, seq) < distance_between(records.records[best].seq, seq))
+            best = i;
     return records.records[best];
 }

@@ -50,11 +50,6 @@ struct Areas {
 
 }  // namespace
 
-static uint64_t distance_between(int64_t a, int64_t b) {
-    return a > b ? static_cast<uint64_t>(a) - static_cast<uint64_t>(b)
-                 : static_cast<uint64_t>(b) - static_cast<uint64_t>(a);
-}
-
 static bool is_after(int64_t a, int64_t b, int64_t slack) {
     return a > b && distance_between(a, b) > static_cast<uint64_t>(slack);
 }

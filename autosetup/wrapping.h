@@ -20,3 +20,9 @@ inline int32_t wrap_sub32(int32_t a, int32_t b) {
 inline int32_t wrap_mul32(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
 }
+
+// How far apart two numbers are, also where the difference does not fit into 64 bits with a sign.
+inline uint64_t distance_between(int64_t a, int64_t b) {
+    return a > b ? static_cast<uint64_t>(a) - static_cast<uint64_t>(b)
+                 : static_cast<uint64_t>(b) - static_cast<uint64_t>(a);
+}
