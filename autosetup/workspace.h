@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "settings/settings.h"
 
@@ -125,3 +126,10 @@ AutoSetupWorkspace* workspace_create(const Settings* settings);
 void workspace_release_blobs(AutoSetupWorkspace* workspace);
 // The same, and the workspace itself. Null is allowed.
 void workspace_destroy(AutoSetupWorkspace* workspace);
+
+struct WorkspaceDeleter {
+    void operator()(AutoSetupWorkspace* workspace) const {
+        workspace_destroy(workspace);
+    }
+};
+using WorkspacePtr = std::unique_ptr<AutoSetupWorkspace, WorkspaceDeleter>;

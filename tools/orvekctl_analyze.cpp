@@ -31,13 +31,6 @@ struct AnalyzeArguments {
     int32_t motion_end_x;  // -1: not given
 };
 
-struct WorkspaceHolder {
-    void operator()(AutoSetupWorkspace* workspace) const {
-        workspace_destroy(workspace);
-    }
-};
-using WorkspacePtr = std::unique_ptr<AutoSetupWorkspace, WorkspaceHolder>;
-
 }  // namespace
 
 static int32_t usage_error() {

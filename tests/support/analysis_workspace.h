@@ -2,16 +2,8 @@
 #pragma once
 
 #include <initializer_list>
-#include <memory>
 
 #include "autosetup/workspace.h"
-
-struct WorkspaceDeleter {
-    void operator()(AutoSetupWorkspace* workspace) const {
-        workspace_destroy(workspace);
-    }
-};
-using WorkspacePtr = std::unique_ptr<AutoSetupWorkspace, WorkspaceDeleter>;
 
 // Zeroed but for the feed count (3 unless said) and paddings of 60.
 WorkspacePtr make_workspace(int32_t feed_count = 3);
