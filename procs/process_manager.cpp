@@ -14,6 +14,11 @@ static bool is_running(const ProcessSlot& slot) {
     return slot.state == kSlotRunning && slot.process != nullptr;
 }
 
+// It ran, and nobody has noticed its end yet.
+static bool has_ended(const ProcessSlot& slot) {
+    return is_running(slot) && WaitForSingleObject(slot.process, 0) == WAIT_OBJECT_0;
+}
+
 // As much of `text` as fits, terminated; "" for null.
 template <size_t size>
 static void copy_bounded(char (&target)[size], const char* text) {
@@ -120,24 +125,43 @@ ProcessSlot* procmgr_get(ProcessManager* manager, int32_t slot) {
     return &manager->slots[slot];
 }
 
+static void log_exit(const ProcessSlot& slot) {
+    if (slot.exit_code != 0) {
+        log_error("%s exited with code %lu", slot.name, static_cast<DWORD>(slot.exit_code));
+    } else {
+        log_info("%s exited normally", slot.name);
+    }
+}
+
 int32_t procmgr_poll(ProcessManager* manager) {
     int32_t exits = 0;
     for (int32_t i = 0; i < manager->count; ++i) {
         ProcessSlot* const slot = &manager->slots[i];
-        if (!is_running(*slot) || WaitForSingleObject(slot->process, 0) != WAIT_OBJECT_0) continue;
+        if (!has_ended(*slot)) continue;
         ++exits;
         collect_exit(slot);
-        if (slot->exit_code != 0) {
-            log_error("%s exited with code %lu", slot->name, static_cast<DWORD>(slot->exit_code));
-            slot->state = kSlotFailed;
-        } else {
-            log_info("%s exited normally", slot->name);
-            slot->state = kSlotStopped;
-        }
+        log_exit(*slot);
+        slot->state = slot->exit_code != 0 ? kSlotFailed : kSlotStopped;
         // Without limit or back-off: a crashed detector comes back without the operator.
         if (slot->auto_restart != 0 && manager->shutting_down == 0) restart(manager, slot);
     }
     return exits;
+}
+
+int32_t procmgr_collect_ended(ProcessManager* manager, uint32_t kind) {
+    int32_t running = 0;
+    for (int32_t i = 0; i < manager->count; ++i) {
+        ProcessSlot* const slot = &manager->slots[i];
+        if (slot->kind != kind || !is_running(*slot)) continue;
+        if (!has_ended(*slot)) {
+            ++running;
+            continue;
+        }
+        collect_exit(slot);
+        log_exit(*slot);
+        slot->state = kSlotStopped;
+    }
+    return running;
 }
 
 int32_t procmgr_stop(ProcessManager* manager, int32_t slot, uint32_t timeout_ms) {

@@ -62,6 +62,10 @@ ProcessSlot* procmgr_get(ProcessManager* manager, int32_t slot);
 // Notices exits and restarts what asked for it. Returns the number of exits seen.
 int32_t procmgr_poll(ProcessManager* manager);
 
+// Lets go of the running children of `kind` that have ended meanwhile and marks them stopped, whatever their exit
+// code: for a caller that asked them to end. Returns how many of that kind still run.
+int32_t procmgr_collect_ended(ProcessManager* manager, uint32_t kind);
+
 // Ends one child and waits up to `timeout_ms`. Returns 0, also when there was nothing to stop; -1 for a bad slot.
 int32_t procmgr_stop(ProcessManager* manager, int32_t slot, uint32_t timeout_ms);
 

@@ -6,13 +6,15 @@
 #include "app/log.h"
 
 // A viewer that the operator closes stays closed, and a camera or a file that ends is a finding, not an accident; the
-// detectors and the movie builder must come back.
+// detectors and the movie builder must come back. A recorder that crashed must not: its successor would begin another
+// file behind the operator's back.
 static constexpr WorkerKind kWorkerKinds[] = {
     {kKindCapture, "capture.exe", 0, true, " --device-path "},
     {kKindMotion, "motion.exe", 1, true, " "},
     {kKindVideogen, "videogen.exe", 1, false, " "},
     {kKindViewer, "viewer.exe", 0, false, " "},
     {kKindFileplayer, "practice_player.exe", 0, false, " "},
+    {kKindCapfile, "capfile.exe", 0, true, " "},
 };
 
 FeedSlots active_feed_slots(int32_t feed_count) {

@@ -28,7 +28,7 @@ struct WorkerKind {
     const char* option;  // stands between that and the quoted argument, with the blanks around it
 };
 
-// The row of a kind that the sequences start (capture to fileplayer); null for any other.
+// The row of a kind that the sequences start (capture to capfile); null for any other.
 const WorkerKind* worker_kind(uint32_t kind);
 
 // The slot index of a child: the feed for kinds that run per feed, else kNoIndex.

@@ -61,7 +61,7 @@ TEST(WorkerCommandLine, OnlyMotionAndTheMovieBuilderComeBackByThemselves) {
     EXPECT_EQ(worker_kind(kKindVideogen)->auto_restart, 1u);
     EXPECT_EQ(worker_kind(kKindViewer)->auto_restart, 0u);
     EXPECT_EQ(worker_kind(kKindFileplayer)->auto_restart, 0u);
-    EXPECT_EQ(worker_kind(kKindCapfile), nullptr);
+    EXPECT_EQ(worker_kind(kKindCapfile)->auto_restart, 0u);
     EXPECT_EQ(worker_kind(99), nullptr);
 }
 
