@@ -13,6 +13,7 @@
 #include "app/message_table.h"
 #include "app/timers.h"
 #include "app/ui_context.h"
+#include "app/window_class.h"
 
 namespace {
 
@@ -151,16 +152,9 @@ static int32_t register_class(UiContext* ui) {
     const INITCOMMONCONTROLSEX controls = {sizeof controls, ICC_TAB_CLASSES | ICC_LISTVIEW_CLASSES | ICC_BAR_CLASSES};
     InitCommonControlsEx(&controls);
 
-    WNDCLASSEXA window_class = {};
-    window_class.cbSize = sizeof window_class;
-    window_class.lpfnWndProc = main_window_proc;
-    window_class.cbWndExtra = sizeof(UiContext*);
-    window_class.hInstance = ui->instance;
-    window_class.hCursor = LoadCursorA(nullptr, IDC_ARROW);
-    window_class.hIcon = LoadIconA(ui->instance, MAKEINTRESOURCEA(kIconResource));
-    window_class.hbrBackground = reinterpret_cast<HBRUSH>(INT_PTR{COLOR_BTNFACE + 1});
-    window_class.lpszClassName = kMainWindowClass;
-    if (RegisterClassExA(&window_class)) return 0;
+    const WindowClass window_class = {kMainWindowClass, main_window_proc, ui->instance, COLOR_BTNFACE,
+                                      LoadIconA(ui->instance, MAKEINTRESOURCEA(kIconResource))};
+    if (window_class_register(window_class) == 0) return 0;
     log_error("RegisterClassEx failed: %lu", GetLastError());
     return -1;
 }

@@ -5,6 +5,7 @@
 #include "app/log.h"
 #include "app/message_table.h"
 #include "app/screen_areas.h"
+#include "app/window_class.h"
 #include "app/window_state.h"
 #include "ipc/shared_access.h"
 #include "ipc/sync_objects.h"
@@ -218,17 +219,9 @@ static LRESULT CALLBACK grid_panel_proc(HWND window, UINT message, WPARAM wp, LP
 
 // The class stays registered from one opening to the next.
 static int32_t register_class() {
-    WNDCLASSEXA window_class = {};
-    window_class.cbSize = sizeof window_class;
-    window_class.lpfnWndProc = grid_panel_proc;
-    window_class.cbWndExtra = sizeof(GridPanel*);
-    window_class.hInstance = GetModuleHandleA(nullptr);
-    window_class.hCursor = LoadCursorA(nullptr, IDC_ARROW);
-    window_class.hbrBackground = reinterpret_cast<HBRUSH>(INT_PTR{COLOR_BTNFACE + 1});
-    window_class.lpszClassName = kClassName;
-    if (RegisterClassExA(&window_class)) return 0;
+    const WindowClass window_class = {kClassName, grid_panel_proc, GetModuleHandleA(nullptr), COLOR_BTNFACE};
+    if (window_class_register(window_class) == 0) return 0;
     const DWORD error = GetLastError();
-    if (error == ERROR_CLASS_ALREADY_EXISTS) return 0;
     log_error("grid line setup: RegisterClassEx failed: %lu", error);
     return -1;
 }

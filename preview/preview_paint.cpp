@@ -7,6 +7,7 @@
 #include "app/commands.h"
 #include "app/log.h"
 #include "app/message_table.h"
+#include "app/window_class.h"
 #include "preview/jumper_caption.h"
 #include "preview/preview_internal.h"
 
@@ -204,14 +205,7 @@ static LRESULT CALLBACK preview_proc(HWND window, UINT message, WPARAM wp, LPARA
 }
 
 void preview_window_create(PreviewPanel* panel) {
-    WNDCLASSEXA description = {};
-    description.cbSize = sizeof description;
-    description.lpfnWndProc = preview_proc;
-    description.cbWndExtra = sizeof(PreviewPanel*);
-    description.hInstance = panel->instance;
-    description.hCursor = LoadCursorA(nullptr, reinterpret_cast<LPCSTR>(IDC_ARROW));
-    description.lpszClassName = kPreviewWindowClass;
-    if (!RegisterClassExA(&description)) {
+    if (window_class_register({kPreviewWindowClass, preview_proc, panel->instance, kNoBackground}) != 0) {
         const DWORD error = GetLastError();
         log_error("preview: RegisterClassEx failed: %lu", error);
         return;

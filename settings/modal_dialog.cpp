@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/log.h"
+#include "app/window_class.h"
 
 namespace {
 
@@ -10,19 +11,6 @@ constexpr DWORD kStyle = WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_CLIPCHILDREN;
 constexpr DWORD kExtendedStyle = WS_EX_DLGMODALFRAME;
 
 }  // namespace
-
-// A class that is there already, of an earlier opening, serves as well.
-static bool register_class(const ModalLook& look) {
-    WNDCLASSEXA window_class = {};
-    window_class.cbSize = sizeof window_class;
-    window_class.lpfnWndProc = look.procedure;
-    window_class.cbWndExtra = sizeof(void*);
-    window_class.hInstance = GetModuleHandleA(nullptr);
-    window_class.hCursor = LoadCursor(nullptr, IDC_ARROW);
-    window_class.hbrBackground = GetSysColorBrush(COLOR_BTNFACE);
-    window_class.lpszClassName = look.class_name;
-    return RegisterClassExA(&window_class) || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
-}
 
 // Over the middle of the owner, wholly on the owner's monitor when it fits.
 static ModalPlace centred_place(const ModalLook& look, HWND owner) {
@@ -46,10 +34,11 @@ HWND modal_create_window(ModalDialog* dialog, void* record, const ModalLook& loo
     dialog->owner = owner;
     dialog->default_id = look.default_id;
     dialog->result = DialogResult::cancelled;
-    if (!register_class(look)) return nullptr;
+    HINSTANCE instance = GetModuleHandleA(nullptr);
+    if (window_class_register({look.class_name, look.procedure, instance, COLOR_BTNFACE}) != 0) return nullptr;
     const ModalPlace place = centred_place(look, owner);
     HWND window = CreateWindowExA(kExtendedStyle, look.class_name, look.title, kStyle, place.x, place.y, place.width,
-                                  place.height, owner, nullptr, GetModuleHandleA(nullptr), record);
+                                  place.height, owner, nullptr, instance, record);
     if (!window) return nullptr;
     const int height = -MulDiv(9, 96, 72);  // as in the main window
     dialog->font = CreateFontA(height, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_DEFAULT_PRECIS,

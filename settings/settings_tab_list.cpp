@@ -9,6 +9,7 @@
 
 #include "app/log.h"
 #include "app/message_table.h"
+#include "app/window_class.h"
 #include "settings/settings_tab_internal.h"
 
 namespace {
@@ -152,15 +153,8 @@ static LRESULT CALLBACK list_proc(HWND window, UINT message, WPARAM wp, LPARAM l
 }
 
 static int32_t create_list(SettingsTab* tab) {
-    WNDCLASSEXA list_class = {};
-    list_class.cbSize = sizeof list_class;
-    list_class.lpfnWndProc = list_proc;
-    list_class.cbWndExtra = sizeof(SettingsTab*);
-    list_class.hInstance = tab->instance;
-    list_class.hCursor = LoadCursorA(nullptr, IDC_ARROW);
-    list_class.hbrBackground = reinterpret_cast<HBRUSH>(INT_PTR{COLOR_WINDOW + 1});
-    list_class.lpszClassName = kListClass;
-    if (!RegisterClassExA(&list_class) && GetLastError() != ERROR_CLASS_ALREADY_EXISTS) {
+    const WindowClass list_class = {kListClass, list_proc, tab->instance, COLOR_WINDOW};
+    if (window_class_register(list_class) != 0) {
         log_error("settings tab: RegisterClassEx failed: %lu", GetLastError());
         return -1;
     }
