@@ -70,8 +70,7 @@ inline constexpr int32_t kCmdPauseRecording = 729;
 inline constexpr int32_t kCmdSaveSettings = 1001;
 inline constexpr int32_t kCmdLoadSettings = 1002;
 
-// The capture panel's Start button.
-inline constexpr int32_t kCmdCapturePanelStart = 1100;
+// The File Capture panel's own buttons are 1100 and 1101 (procs/capture_panel_view.h).
 
 // Messages between our own threads and windows, from WM_APP (0x8000) on.
 inline constexpr uint32_t kMsgPreviewRefresh = 0x8001;

@@ -177,7 +177,7 @@ static void append_item(HMENU menu, UINT flags, int32_t id, const char* text) {
 
 static void create_menus(UiContext* ui) {
     HMENU capture = CreatePopupMenu();
-    append_item(capture, MF_GRAYED, kCmdFileCapture, "&Start File Capture...");
+    append_item(capture, 0, kCmdFileCapture, "&Start File Capture...");
     HMENU tools = CreatePopupMenu();
     append_item(tools, 0, kCmdSelectPracticeFiles, "&Select Practice Files...");
     append_item(tools, 0, kCmdSelectCameras, "Select &Cameras...");
@@ -239,6 +239,7 @@ int32_t main_window_run(UiContext* ui) {
     MSG message = {};
     while (GetMessageA(&message, nullptr, 0, 0) > 0) {
         if (ui->accelerators && TranslateAcceleratorA(ui->window, ui->accelerators, &message)) continue;
+        if (capture_panel_takes_key(&ui->capture, message)) continue;
         TranslateMessage(&message);
         DispatchMessageA(&message);
     }
@@ -250,7 +251,8 @@ void main_window_destroy(UiContext* ui) {
     for (const uintptr_t timer : {kTimerProcessPoll, kTimerReadinessWait, kTimerForceVideoWait})
         KillTimer(ui->window, timer);
     auto_setup_destroy(ui);
-    grid_panel_close(&ui->grid);  // while the control block that it hands over in is still there
+    capture_panel_close(&ui->capture);  // both while the control block that they hand over in is still there
+    grid_panel_close(&ui->grid);
     jumper_panel_destroy(&ui->jumpers);
     preview_destroy(&ui->preview);
     settings_tab_destroy(&ui->settings_tab);

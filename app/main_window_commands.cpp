@@ -135,6 +135,11 @@ static void on_grid_lines(UiContext* ui, int32_t /*offset*/) {
     }
 }
 
+static void on_file_capture(UiContext* ui, int32_t /*offset*/) {
+    capture_panel_open(&ui->capture, ui->window, ui->instance,
+                       {ui_control_block(ui), &ui->sync, ui->processes, ui->exe_dir});
+}
+
 static void on_help(UiContext* ui, int32_t /*offset*/) {
     help_page_open(ui->window, ui->exe_dir, "index.html");
 }
@@ -190,6 +195,7 @@ constexpr CommandEntry kCommands[] = {
     {kCmdRoundUp, 1, on_round_up},
     {kCmdLoadJumpers, 1, on_load_jumpers},
     {kCmdGridLines, 1, on_grid_lines},
+    {kCmdFileCapture, 1, on_file_capture},
     {kCmdHelp, 1, on_help},
     {kCmdSelectPracticeFiles, 1, on_select_practice_files},
     {kCmdSelectCameras, 1, on_select_cameras},

@@ -36,6 +36,8 @@ constexpr TimerEntry kTimers[] = {
     {kTimerCliKickoff, cli_kickoff_tick},
     {kTimerCliMonitor, practice_monitor_tick},
     {kTimerCaptureKickoff, capture_kickoff_tick},
+    {kTimerCaptureStart, capture_start_tick},
+    {kTimerCaptureEnd, capture_end_tick},
     {kTimerMotionResume, motion_resume_tick},
     {kTimerForceVideoWait, force_video_wait_tick},
     {kTimerSaveWindowState, on_save_window_state},

@@ -1,18 +1,13 @@
 #include "app/test_modes.h"
 
+#include "app/capture_schedule.h"
 #include "app/commands.h"
 #include "app/log.h"
 #include "app/timers.h"
 #include "app/ui_context.h"
 #include "ipc/shared_access.h"
+#include "procs/capture_panel_view.h"
 #include "procs/live_counters.h"
-
-// For the mode whose feature is still to come: a script must see the failure, and soon.
-static void give_up(UiContext* ui, const char* what) {
-    log_error("%s: not available in this build", what);
-    ui->cli.exit_code = 1;
-    PostMessageA(ui->window, WM_CLOSE, 0, 0);
-}
 
 void test_mode_schedule(UiContext* ui) {
     const CliState& cli = ui->cli;
@@ -65,10 +60,43 @@ void cli_kickoff_tick(UiContext* ui) {
     }
 }
 
+static void bring_up_capture_source(UiContext* ui) {
+    switch (ui->cli.source) {
+        case kSourcePractice:
+            log_info("CLI capture-test: launching practice (source=practice)");
+            return ui_press(ui, kCmdLaunchPractice);
+        case kSourceUsb:
+            return log_info("CLI capture-test: source=usb (assuming capture.exe already running on the real rig)");
+        default:
+            return log_info(
+                "CLI capture-test: no --source specified; capfile will idle waiting for frames (test infrastructure "
+                "only)");
+    }
+}
+
 void capture_kickoff_tick(UiContext* ui) {
     KillTimer(ui->window, kTimerCaptureKickoff);
     log_info("CLI capture-test: opening capture panel");
-    give_up(ui, "file capture");
+    ui_press(ui, kCmdFileCapture);
+    bring_up_capture_source(ui);
+    const uint32_t delay_ms = capture_start_delay_ms(ui->cli.pause_before_start);
+    log_info("CLI capture-test: scheduling Start click in %u ms", delay_ms);
+    SetTimer(ui->window, kTimerCaptureStart, delay_ms, nullptr);
+}
+
+void capture_start_tick(UiContext* ui) {
+    KillTimer(ui->window, kTimerCaptureStart);
+    log_info("CLI capture-test: flipping capfile to CAPTURING (duration=%d sec)", ui->cli.duration);
+    capture_panel_command(&ui->capture, kCapturePanelToggle);
+    SetTimer(ui->window, kTimerCaptureEnd, capture_recording_ms(ui->cli.duration), nullptr);
+}
+
+void capture_end_tick(UiContext* ui) {
+    KillTimer(ui->window, kTimerCaptureEnd);
+    log_info("CLI capture-test: duration elapsed — closing panel");
+    capture_panel_close(&ui->capture);
+    log_info("CLI capture-test: scheduling Orvek shutdown");
+    PostMessageA(ui->window, WM_CLOSE, 0, 0);
 }
 
 static PracticeInputs gather_practice(UiContext* ui) {

@@ -23,6 +23,7 @@
 #include "jumpers/jumper_panel.h"
 #include "preview/grid_panel.h"
 #include "preview/preview_panel.h"
+#include "procs/capture_panel.h"
 #include "procs/force_video_step.h"
 #include "procs/process_manager.h"
 #include "procs/readiness.h"
@@ -70,6 +71,7 @@ struct UiContext {
     PreviewPanel preview = {};
     JumperPanel jumpers = {};
     GridPanel grid = {};
+    CapturePanel capture = {};
     FeedsTab feeds = {};
     ProcessesTab process_tab = {};
     SettingsTab settings_tab = {};

@@ -86,10 +86,3 @@ TEST_F(PracticeTestMode, ClosingByHandEndsTheRunWithZero) {
     EXPECT_EQ(console_close(&console), 0);
     EXPECT_TRUE(log_shows_in_order(installation, {"CLI mode: exit code 0", "controller exiting"}));
 }
-
-TEST_F(PracticeTestMode, AModeWhoseFeatureIsMissingEndsSoonAndSaysSo) {
-    start_with({"feed_count=1"}, "--capture-test --source usb --duration 1");
-    EXPECT_EQ(console_wait_for_exit(&console, kPatienceMs), 1);
-    EXPECT_TRUE(log_shows(installation, "ERR *: not available in this build"));
-    EXPECT_TRUE(log_shows_in_order(installation, {"CLI mode active: *", "CLI mode: exit code 1"}));
-}
