@@ -83,6 +83,12 @@ static void act(const Self& self, const std::string& verb, const std::vector<int
         TerminateProcess(GetCurrentProcess(), 5);
     }
     if (verb == "exit") ExitProcess(static_cast<UINT>(numbers.at(0)));
+    if (verb == "finish") {
+        while (shared_load(shared.block->capfile_shutdown[self.index]) == 0) Sleep(kGlanceMs);
+        Sleep(static_cast<DWORD>(numbers.at(0)));
+        report(self, "file closed");
+        ExitProcess(0);
+    }
     if (verb == "pid_slot") {
         shared_store(shared.block->pid_slot[numbers.at(0)], static_cast<uint32_t>(GetCurrentProcessId()));
         report(self, "listed");

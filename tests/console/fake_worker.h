@@ -7,6 +7,7 @@
 //     hold M...                   takes the mutexes M and keeps them for ever
 //     die_holding M               takes mutex M and dies without releasing it
 //     exit CODE                   ends at once
+//     finish MS                   as a recorder: ends with 0, MS after it is told to close its file
 //     pid_slot K                  writes its process id into entry K of the control block's table
 // Every worker reports in fake.log: "WHO pid=N line=<command line> dir=<current directory>", then what it did.
 #pragma once
