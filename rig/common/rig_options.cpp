@@ -16,6 +16,8 @@ RigOptions rig_options_from(const RigSettings* settings) {
     if (rig_settings_int(settings, "loop", 0) != 0) scene.jumpers = 0;
     options.end_early = std::max(rig_settings_int(settings, "end_early", 0), 0);
     options.slow_above_width = std::max(rig_settings_int(settings, "slow_above_width", 0), 0);
+    for (int32_t camera = 0; camera < kSceneFeeds; ++camera)
+        options.unplug_after[camera] = std::max(rig_settings_indexed(settings, "unplug_after", camera, 0), 0);
     return options;
 }
 

@@ -3,7 +3,8 @@
 //   seed, jumpers (0: endless), lead_in_frames, pause_seconds, speed (m/s), feed_offset[0..2], loop (1: as
 //   jumpers=0), end_early (frames after which the practice player ends, 0: when the scene or the videos end),
 //   slow_above_width (columns of the motion region from which on a detector is too slow, whatever the machine; 0: the
-//   clock alone tells. As wide as the picture or wider, no frame counts as slow)
+//   clock alone tells. As wide as the picture or wider, no frame counts as slow), unplug_after[0..2] (frames after
+//   which that camera's cable is pulled, 0: never)
 #pragma once
 
 #include "rig/common/rig_settings.h"
@@ -13,6 +14,7 @@ struct RigOptions {
     SceneConfig scene;
     int64_t end_early;
     int32_t slow_above_width;
+    int64_t unplug_after[kSceneFeeds];  // by camera, not by feed
 };
 
 RigOptions rig_options_from(const RigSettings* settings);

@@ -18,12 +18,13 @@ TEST(RigOptions, AnEmptyFileLeavesTheSceneAsItIs) {
     EXPECT_EQ(options.scene.feed_offset[2], usual.feed_offset[2]);
     EXPECT_EQ(options.end_early, 0);
     EXPECT_EQ(options.slow_above_width, 0);
+    for (const int64_t frames : options.unplug_after) EXPECT_EQ(frames, 0);
 }
 
 TEST(RigOptions, EveryKeyReachesItsOption) {
     const RigOptions options = from(
         "seed=9\njumpers=5\nlead_in_frames=60\npause_seconds=1.5\nspeed=25\nfeed_offset[0]=3\nfeed_offset[2]=-7\n"
-        "end_early=700\nslow_above_width=1200\n");
+        "end_early=700\nslow_above_width=1200\nunplug_after[1]=90\n");
     EXPECT_EQ(options.scene.seed, 9u);
     EXPECT_EQ(options.scene.jumpers, 5);
     EXPECT_EQ(options.scene.lead_in_frames, 60);
@@ -33,6 +34,9 @@ TEST(RigOptions, EveryKeyReachesItsOption) {
     EXPECT_EQ(options.scene.feed_offset[2], -7);
     EXPECT_EQ(options.end_early, 700);
     EXPECT_EQ(options.slow_above_width, 1200);
+    EXPECT_EQ(options.unplug_after[0], 0);
+    EXPECT_EQ(options.unplug_after[1], 90);
+    EXPECT_EQ(options.unplug_after[2], 0);
 }
 
 TEST(RigOptions, LoopGoesBeforeANumberOfJumpers) {
@@ -43,9 +47,11 @@ TEST(RigOptions, LoopGoesBeforeANumberOfJumpers) {
 }
 
 TEST(RigOptions, NegativeNumbersMeanNone) {
-    const RigOptions options = from("end_early=-5\nslow_above_width=-1\njumpers=-2\nlead_in_frames=-9\n");
+    const RigOptions options =
+        from("end_early=-5\nslow_above_width=-1\njumpers=-2\nlead_in_frames=-9\nunplug_after[2]=-1\n");
     EXPECT_EQ(options.end_early, 0);
     EXPECT_EQ(options.slow_above_width, 0);
     EXPECT_EQ(options.scene.jumpers, 0);
     EXPECT_EQ(options.scene.lead_in_frames, 0);
+    EXPECT_EQ(options.unplug_after[2], 0);
 }
