@@ -1,6 +1,11 @@
 // Reads a worker's log line by line, without copying and however long the log and its lines are. The workers' logs
 // have always been read into a line buffer, so a line that does not fit arrives in pieces, and a key that such a cut
 // goes through is not found. What a piece is depends on the buffer's size alone; none is allocated here.
+//
+// settings/text_pieces.h does the like for settings and is a thing of its own on purpose. Its pieces keep their line
+// end and count CR LF as two characters, so a long line is cut in other places; it hands every piece to a function,
+// while most lines of a log of gigabytes are passed over without looking for their ends, which needs the block itself.
+// What the two could share is the few lines that move a rest to the front of a block.
 #pragma once
 
 #include <cstddef>
