@@ -9,150 +9,132 @@
 
 using Lines = std::vector<std::string>;
 
-static PracticeInputs limits(int32_t max_movies, int32_t max_frames) {
-    PracticeInputs inputs;
-    inputs.max_movies = max_movies;
-    inputs.max_frames = max_frames;
-    return inputs;
-}
+namespace {
 
-TEST(PracticeMonitor, NothingHappensSilentlyWhileBelowBothLimits) {
+class PracticeRun : public testing::Test {
+protected:
+    void start(int32_t published, int64_t serial, int32_t max_movies, int32_t max_frames) {
+        practice_monitor_start(&monitor, published, serial);
+        inputs.max_movies = max_movies;
+        inputs.max_frames = max_frames;
+    }
+    PracticeAnswer look() {
+        return practice_monitor_step(&monitor, inputs);
+    }
+
     LogCapture log;
     PracticeMonitor monitor;
-    practice_monitor_start(&monitor, 4, 17);
-    PracticeInputs inputs = limits(1, 100);
+    PracticeInputs inputs;
+};
+
+}  // namespace
+
+TEST_F(PracticeRun, NothingHappensSilentlyWhileBelowBothLimits) {
+    start(4, 17, 1, 100);
     inputs.published_count = 4;
     inputs.frames = 99;
-    EXPECT_EQ(practice_monitor_step(&monitor, inputs), PracticeAnswer::keep_running);
+    EXPECT_EQ(look(), PracticeAnswer::keep_running);
     EXPECT_EQ(log.take(), Lines{});
 }
 
-TEST(PracticeMonitor, AllMoviesPublishedBetweenTwoLooksAreCountedAtOnce) {
-    LogCapture log;
-    PracticeMonitor monitor;
-    practice_monitor_start(&monitor, 5, 40);
-    PracticeInputs inputs = limits(10, 30000);
+TEST_F(PracticeRun, AllMoviesPublishedBetweenTwoLooksAreCountedAtOnce) {
+    start(5, 40, 10, 30000);
     inputs.published_count = 8;
     inputs.serial = 5000000043;
     inputs.frames = 1200;
-    EXPECT_EQ(practice_monitor_step(&monitor, inputs), PracticeAnswer::keep_running);
+    EXPECT_EQ(look(), PracticeAnswer::keep_running);
     EXPECT_EQ(log.take(), Lines{"INF CLI practice-test: movie #3 (published_count=8, +3 since last poll, "
                                 "serial=5000000043, frames=1200)"});
     EXPECT_EQ(monitor.last_serial, 5000000043);
-    EXPECT_EQ(practice_monitor_step(&monitor, inputs), PracticeAnswer::keep_running);
+    EXPECT_EQ(look(), PracticeAnswer::keep_running);
     EXPECT_EQ(log.take(), Lines{}) << "the same count is told once";
     inputs.published_count = 9;
-    practice_monitor_step(&monitor, inputs);
+    look();
     EXPECT_EQ(monitor.movies, 4);
 }
 
-TEST(PracticeMonitor, ACountThatFellIsNoMovie) {
-    LogCapture log;
-    PracticeMonitor monitor;
-    practice_monitor_start(&monitor, 5, 0);
-    PracticeInputs inputs = limits(10, 100);
+TEST_F(PracticeRun, ACountThatFellIsNoMovie) {
+    start(5, 0, 10, 100);
     inputs.published_count = 0;
-    practice_monitor_step(&monitor, inputs);
+    look();
     inputs.published_count = 5;
-    practice_monitor_step(&monitor, inputs);
+    look();
     EXPECT_EQ(monitor.movies, 0);
     EXPECT_EQ(log.take(), Lines{});
 }
 
-TEST(PracticeMonitor, TheMovieLimitEndsTheRun) {
-    LogCapture log;
-    PracticeMonitor monitor;
-    practice_monitor_start(&monitor, 0, 0);
-    PracticeInputs inputs = limits(2, 100);
+TEST_F(PracticeRun, TheMovieLimitEndsTheRun) {
+    start(0, 0, 2, 100);
     inputs.published_count = 1;
-    EXPECT_EQ(practice_monitor_step(&monitor, inputs), PracticeAnswer::keep_running) << "one below";
+    EXPECT_EQ(look(), PracticeAnswer::keep_running) << "one below";
     inputs.published_count = 2;
     log.take();
-    EXPECT_EQ(practice_monitor_step(&monitor, inputs), PracticeAnswer::shut_down);
+    EXPECT_EQ(look(), PracticeAnswer::shut_down);
     EXPECT_EQ(log.take().back(), "INF CLI practice-test: movie limit reached (2 >= 2) — shutting down");
 }
 
-TEST(PracticeMonitor, TheFrameLimitEndsTheRun) {
-    LogCapture log;
-    PracticeMonitor monitor;
-    practice_monitor_start(&monitor, 0, 0);
-    PracticeInputs inputs = limits(2, 100);
+TEST_F(PracticeRun, TheFrameLimitEndsTheRun) {
+    start(0, 0, 2, 100);
     inputs.frames = 105;
-    EXPECT_EQ(practice_monitor_step(&monitor, inputs), PracticeAnswer::shut_down);
+    EXPECT_EQ(look(), PracticeAnswer::shut_down);
     EXPECT_EQ(log.take(), Lines{"INF CLI practice-test: frame limit reached (105 >= 100) — shutting down"});
 }
 
-TEST(PracticeMonitor, TheMovieLimitIsTestedBeforeTheFrameLimit) {
-    LogCapture log;
-    PracticeMonitor monitor;
-    practice_monitor_start(&monitor, 0, 0);
-    PracticeInputs inputs = limits(1, 100);
+TEST_F(PracticeRun, TheMovieLimitIsTestedBeforeTheFrameLimit) {
+    start(0, 0, 1, 100);
     inputs.published_count = 3;
     inputs.frames = 500;
-    EXPECT_EQ(practice_monitor_step(&monitor, inputs), PracticeAnswer::shut_down);
+    EXPECT_EQ(look(), PracticeAnswer::shut_down);
     EXPECT_EQ(log.take().back(), "INF CLI practice-test: movie limit reached (3 >= 1) — shutting down");
 }
 
-TEST(PracticeMonitor, ActiveMotionAtTheLimitIsWaitedForAndToldOnce) {
-    LogCapture log;
-    PracticeMonitor monitor;
-    practice_monitor_start(&monitor, 0, 0);
-    PracticeInputs inputs = limits(10, 100);
+TEST_F(PracticeRun, ActiveMotionAtTheLimitIsWaitedForAndToldOnce) {
+    start(0, 0, 10, 100);
     inputs.wait_for_active_motion = true;
     inputs.motion_active = true;
     inputs.frames = 100;
-    for (int look = 1; look <= 3; ++look)
-        EXPECT_EQ(practice_monitor_step(&monitor, inputs), PracticeAnswer::keep_running) << "look " << look;
+    for (int i = 1; i <= 3; ++i) EXPECT_EQ(look(), PracticeAnswer::keep_running) << "look " << i;
     EXPECT_EQ(
         log.take(),
         Lines{"INF CLI practice-test: frame limit reached (100 >= 100) — waiting for active motion to complete"});
     inputs.motion_active = false;
     inputs.frames = 130;
-    EXPECT_EQ(practice_monitor_step(&monitor, inputs), PracticeAnswer::shut_down);
+    EXPECT_EQ(look(), PracticeAnswer::shut_down);
     EXPECT_EQ(log.take(), Lines{"INF CLI practice-test: frame limit reached (130 >= 100) — shutting down"});
 }
 
-TEST(PracticeMonitor, TheMovieFormOfTheWaitingLineIsUsedForTheMovieLimit) {
-    LogCapture log;
-    PracticeMonitor monitor;
-    practice_monitor_start(&monitor, 0, 0);
-    PracticeInputs inputs = limits(1, 100);
+TEST_F(PracticeRun, TheMovieFormOfTheWaitingLineIsUsedForTheMovieLimit) {
+    start(0, 0, 1, 100);
     inputs.wait_for_active_motion = true;
     inputs.motion_active = true;
     inputs.published_count = 1;
-    EXPECT_EQ(practice_monitor_step(&monitor, inputs), PracticeAnswer::keep_running);
+    EXPECT_EQ(look(), PracticeAnswer::keep_running);
     EXPECT_EQ(log.take().back(),
               "INF CLI practice-test: movie limit reached (1 >= 1) — waiting for active motion to complete");
 }
 
-TEST(PracticeMonitor, MotionThatFlickersIsStillToldOnce) {
-    LogCapture log;
-    PracticeMonitor monitor;
-    practice_monitor_start(&monitor, 0, 0);
-    PracticeInputs inputs = limits(10, 100);
+TEST_F(PracticeRun, MotionThatFlickersIsStillToldOnce) {
+    start(0, 0, 10, 100);
     inputs.wait_for_active_motion = true;
     inputs.motion_active = true;
     inputs.frames = 100;
-    practice_monitor_step(&monitor, inputs);
+    look();
     inputs.frames = 50;  // the counter was reset
-    EXPECT_EQ(practice_monitor_step(&monitor, inputs), PracticeAnswer::keep_running);
+    EXPECT_EQ(look(), PracticeAnswer::keep_running);
     inputs.frames = 101;
-    practice_monitor_step(&monitor, inputs);
+    look();
     EXPECT_EQ(log.take().size(), 1u);
 }
 
-TEST(PracticeMonitor, WithoutTheSettingActiveMotionDoesNotDelayTheEnd) {
-    LogCapture log;
-    PracticeMonitor monitor;
-    practice_monitor_start(&monitor, 0, 0);
-    PracticeInputs inputs = limits(10, 100);
+TEST_F(PracticeRun, WithoutTheSettingActiveMotionDoesNotDelayTheEnd) {
+    start(0, 0, 10, 100);
     inputs.motion_active = true;
     inputs.frames = 100;
-    EXPECT_EQ(practice_monitor_step(&monitor, inputs), PracticeAnswer::shut_down);
+    EXPECT_EQ(look(), PracticeAnswer::shut_down);
 }
 
-TEST(PracticeMonitor, AStartForgetsAnEarlierRun) {
-    PracticeMonitor monitor = {9, 9, 9, true};
+TEST_F(PracticeRun, AStartForgetsAnEarlierRun) {
+    monitor = {9, 9, 9, true};
     practice_monitor_start(&monitor, 4, 17);
     EXPECT_EQ(monitor.last_published, 4);
     EXPECT_EQ(monitor.last_serial, 17);
@@ -160,13 +142,10 @@ TEST(PracticeMonitor, AStartForgetsAnEarlierRun) {
     EXPECT_FALSE(monitor.waiting);
 }
 
-TEST(PracticeMonitor, TheExtremesOfTheCountDoNotOverflow) {
-    LogCapture log;
-    PracticeMonitor monitor;
-    practice_monitor_start(&monitor, INT32_MIN, 0);
-    PracticeInputs inputs = limits(INT32_MAX, INT32_MAX);
+TEST_F(PracticeRun, TheExtremesOfTheCountDoNotOverflow) {
+    start(INT32_MIN, 0, INT32_MAX, INT32_MAX);
     inputs.published_count = INT32_MAX;
-    EXPECT_EQ(practice_monitor_step(&monitor, inputs), PracticeAnswer::shut_down);
+    EXPECT_EQ(look(), PracticeAnswer::shut_down);
     EXPECT_EQ(monitor.movies, INT32_MAX);
 }
 
