@@ -8,6 +8,7 @@
 #include <iterator>
 
 #include "app/log.h"
+#include "app/utf16.h"
 #include "ipc/shared_access.h"
 #include "ipc/sync_objects.h"
 #include "jumpers/jumper_internal.h"
@@ -58,9 +59,7 @@ static void set_cell(HWND list, int32_t row, int32_t column, const wchar_t* text
 }
 
 static void set_cell_utf8(HWND list, int32_t row, int32_t column, const char* text) {
-    wchar_t wide[64];
-    if (MultiByteToWideChar(CP_UTF8, 0, text, -1, wide, static_cast<int>(std::size(wide))) <= 0) wide[0] = L'\0';
-    set_cell(list, row, column, wide);
+    set_cell(list, row, column, utf16_from(text).c_str());
 }
 
 static bool same(const JumperDistance& a, const JumperDistance& b) {

@@ -3,10 +3,12 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <string>
 
 #include "app/commands.h"
 #include "app/log.h"
 #include "app/message_table.h"
+#include "app/utf16.h"
 #include "app/window_class.h"
 #include "preview/jumper_caption.h"
 #include "preview/preview_internal.h"
@@ -28,11 +30,11 @@ static RECT rect_of(const PlaceRect& place) {
 
 // GDI's own text does not follow the program's code page, so what we draw goes through UTF-16.
 static void draw_text(HDC dc, int32_t x, int32_t y, const char* text) {
-    wchar_t wide[kJumperCaptionSize];
-    const int32_t length = MultiByteToWideChar(CP_UTF8, 0, text, -1, wide, kJumperCaptionSize);
-    if (length <= 1) return;
+    const std::wstring wide = utf16_from(text);
+    if (wide.empty()) return;
     RECT rect = {x, y, x, y};
-    DrawTextW(dc, wide, length - 1, &rect, DT_LEFT | DT_TOP | DT_SINGLELINE | DT_NOCLIP | DT_NOPREFIX);
+    DrawTextW(dc, wide.data(), static_cast<int>(wide.size()), &rect,
+              DT_LEFT | DT_TOP | DT_SINGLELINE | DT_NOCLIP | DT_NOPREFIX);
 }
 
 static void fill(HDC dc, const RECT& rect, COLORREF color) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "app/log.h"
+#include "app/utf16.h"
 #include "settings/settings_tab_internal.h"
 
 // The picker takes its first selection only once it is built.
@@ -18,7 +19,7 @@ static int CALLBACK select_seed(HWND picker, UINT message, LPARAM /*lp*/, LPARAM
 static std::string current_folder() {
     wchar_t folder[MAX_PATH] = L"";
     const DWORD length = GetCurrentDirectoryW(MAX_PATH, folder);
-    return length > 0 && length < MAX_PATH ? settings_utf8(folder) : "";
+    return length > 0 && length < MAX_PATH ? utf8_from(folder) : "";
 }
 
 static std::string seed_folder(HWND box) {
@@ -30,7 +31,7 @@ static std::string seed_folder(HWND box) {
 }
 
 static void browse(SettingsTab* tab, HWND box) {
-    const std::wstring seed = settings_wide(seed_folder(box));
+    const std::wstring seed = utf16_from(seed_folder(box));
     wchar_t name[MAX_PATH] = L"";
     BROWSEINFOW browse = {};
     browse.hwndOwner = settings_tab_owner(tab);
@@ -45,7 +46,7 @@ static void browse(SettingsTab* tab, HWND box) {
     const bool known = SHGetPathFromIDListW(chosen, path) != FALSE;
     CoTaskMemFree(chosen);
     if (!known) return log_warn("settings: SHGetPathFromIDList failed for browsed folder");
-    const std::string folder = settings_utf8(path);
+    const std::string folder = utf8_from(path);
     settings_box_set_text(box, folder);
     settings_tab_set_state(tab, SettingsTabState::modified);
     log_info("settings: capfile_output_dir (edit field) -> %s (click Save to persist)", folder.c_str());

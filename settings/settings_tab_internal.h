@@ -28,8 +28,6 @@ void settings_list_destroy(SettingsTab* tab);
 // The text of a box, at most 255 characters; and the way in. UTF-8.
 std::string settings_box_text(HWND box);
 void settings_box_set_text(HWND box, const std::string& text);
-std::wstring settings_wide(const std::string& utf8);
-std::string settings_utf8(const wchar_t* text);
 
 // The box of a key, null when no row has the key.
 HWND settings_tab_box(const SettingsTab* tab, const char* key);

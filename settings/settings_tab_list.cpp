@@ -4,11 +4,11 @@
 
 #include <commctrl.h>
 
-#include <cwchar>
 #include <iterator>
 
 #include "app/log.h"
 #include "app/message_table.h"
+#include "app/utf16.h"
 #include "app/window_class.h"
 #include "settings/settings_tab_internal.h"
 
@@ -21,28 +21,14 @@ constexpr DWORD kChild = WS_CHILD | WS_VISIBLE;
 
 }  // namespace
 
-std::wstring settings_wide(const std::string& utf8) {
-    const int size = static_cast<int>(utf8.size());
-    std::wstring wide(utf8.size(), L'\0');
-    wide.resize(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, wide.data(), size)));
-    return wide;
-}
-
-std::string settings_utf8(const wchar_t* text) {
-    std::string utf8(wcslen(text) * 3, '\0');  // no UTF-16 unit takes more
-    utf8.resize(static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(wcslen(text)), utf8.data(),
-                                                        static_cast<int>(utf8.size()), nullptr, nullptr)));
-    return utf8;
-}
-
 std::string settings_box_text(HWND box) {
     wchar_t text[kSettingTextSize] = L"";
     GetWindowTextW(box, text, static_cast<int>(std::size(text)));
-    return settings_utf8(text);
+    return utf8_from(text);
 }
 
 void settings_box_set_text(HWND box, const std::string& text) {
-    SetWindowTextW(box, settings_wide(text).c_str());
+    SetWindowTextW(box, utf16_from(text).c_str());
 }
 
 // --------------------------------------------------------------------------------------------------------- scrolling
@@ -168,7 +154,7 @@ static int32_t create_list(SettingsTab* tab) {
 
 static HWND add(SettingsTab* tab, const wchar_t* window_class, const std::string& text, DWORD style,
                 DWORD extended_style, const EditorPlace& place, int32_t id, HFONT font) {
-    HWND control = CreateWindowExW(extended_style, window_class, settings_wide(text).c_str(), kChild | style, place.x,
+    HWND control = CreateWindowExW(extended_style, window_class, utf16_from(text).c_str(), kChild | style, place.x,
                                    place.y, place.width, place.height, tab->window,
                                    reinterpret_cast<HMENU>(INT_PTR{id}), tab->instance, nullptr);
     if (!control) {
@@ -219,7 +205,7 @@ static void create_tooltips(SettingsTab* tab) {
     SendMessageW(tab->tooltip, TTM_SETMAXTIPWIDTH, 0, kTooltipWidth);
     SendMessageW(tab->tooltip, TTM_SETDELAYTIME, TTDT_AUTOPOP, kTooltipMs);
     for (int32_t i = 0; i < tab->rows.count; ++i) {
-        std::wstring text = settings_wide(settings_info_at(tab->rows.row[i].index)->description);
+        std::wstring text = utf16_from(settings_info_at(tab->rows.row[i].index)->description);
         if (text.empty()) continue;
         add_tooltip(tab, tab->label[i], text.data());
         add_tooltip(tab, tab->box[i], text.data());

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 
+#include "app/utf16.h"
 #include "tests/console/remote.h"
 #include "tests/console/wait.h"
 
@@ -116,7 +117,7 @@ std::string window_text(HWND window) {
     wchar_t text[1024] = L"";
     DWORD_PTR length = 0;
     SendMessageTimeoutW(window, WM_GETTEXT, 1024, reinterpret_cast<LPARAM>(text), SMTO_NORMAL, kPatienceMs, &length);
-    return utf8_from(text, wcslen(text));
+    return utf8_from(text);
 }
 
 std::string window_class(HWND window) {

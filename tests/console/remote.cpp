@@ -3,6 +3,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "app/utf16.h"
 #include "tests/console/wait.h"
 
 namespace {
@@ -61,19 +62,10 @@ void* remote_text_place(const Console& console) {
     return page(console) + kTextAt;
 }
 
-std::string utf8_from(const wchar_t* text, size_t length) {
-    if (length == 0) return "";
-    const int32_t size =
-        WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(length), nullptr, 0, nullptr, nullptr);
-    std::string utf8(static_cast<size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(length), utf8.data(), size, nullptr, nullptr);
-    return utf8;
-}
-
 std::string remote_text(const Console& console, size_t characters) {
     wchar_t text[kTextSize / sizeof(wchar_t)] = {};
     ReadProcessMemory(console.process, remote_text_place(console), text, sizeof text, nullptr);
-    return utf8_from(text, characters < std::size(text) ? characters : std::size(text));
+    return utf8_from({text, characters < std::size(text) ? characters : std::size(text)});
 }
 
 uint64_t remote_call(const Console& console, const void* function, uint64_t a, uint64_t b, uint64_t c, uint64_t d,

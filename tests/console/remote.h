@@ -25,5 +25,3 @@ uint64_t remote_call(const Console& console, const void* function, uint64_t a = 
 
 // Makes a thread of the program jump to address 0.
 void remote_crash(const Console& console);
-
-std::string utf8_from(const wchar_t* text, size_t length);

@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "app/utf16.h"
 #include "settings/editor_rows.h"
 #include "tests/console/console_test.h"
 #include "tests/console/remote.h"
@@ -48,7 +49,7 @@ protected:
     std::string first_gpu() const {
         wchar_t text[256] = L"";
         const LRESULT length = SendMessageW(list, LB_GETTEXT, 0, reinterpret_cast<LPARAM>(text));
-        const std::string line = length > 0 ? utf8_from(text, static_cast<size_t>(length)) : "";
+        const std::string line = length > 0 ? utf8_from({text, static_cast<size_t>(length)}) : "";
         const std::string prefix = "GPU #0  ";
         return line.rfind(prefix, 0) == 0 ? line.substr(prefix.size()) : "";
     }

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "app/utf16.h"
 #include "settings/settings_file.h"
 #include "settings/settings_tab_internal.h"
 #include "settings/settings_values.h"
@@ -89,7 +90,7 @@ protected:
         tool.uId = reinterpret_cast<UINT_PTR>(control);
         tool.lpszText = text;
         SendMessageW(tab->tooltip, TTM_GETTEXTW, 2048, reinterpret_cast<LPARAM>(&tool));
-        return settings_utf8(text);
+        return utf8_from(text);
     }
 
     LogCapture log;
