@@ -22,18 +22,21 @@ int64_t known_offset(const AlignRecord& record) {
     return record.valid != 0 ? record.offset : 0;
 }
 
-const MotionBlob& closest_to_column(const JumpRecords& records, int32_t column) {
+// The first of several that are equally close.
+template <class Number>
+static const MotionBlob& closest(const JumpRecords& records, Number MotionBlob::*field, Number wanted) {
     int32_t best = 0;
     for (int32_t i = 1; i < records.count; ++i)
-        if (distance_between(records.records[i].x, column) < distance_between(records.records[best].x, column))
+        if (distance_between(records.records[i].*field, wanted) <
+            distance_between(records.records[best].*field, wanted))
             best = i;
     return records.records[best];
 }
 
+const MotionBlob& closest_to_column(const JumpRecords& records, int32_t column) {
+    return closest(records, &MotionBlob::x, column);
+}
+
 const MotionBlob& closest_to_seq(const JumpRecords& records, int64_t seq) {
-    int32_t best = 0;
-    for (int32_t i = 1; i < records.count; ++i)
-        if (distance_between(records.records[i].seq, seq) < distance_between(records.records[best].seq, seq))
-            best = i;
-    return records.records[best];
+    return closest(records, &MotionBlob::seq, seq);
 }
