@@ -209,8 +209,12 @@ static void play(Player* player) {
     Pacer pacer;
     pacer_start(&pacer, kMaxLagUs);
     int64_t tick = 0;
+    int64_t first_pts_us = 0;
     for (; wait_while_paused(player, &pacer) && !has_ended(player, tick); ++tick) {
-        const int64_t pts_us = pacer_due_us(&pacer) - shared_load(player->worker.control->sync_epoch_us);
+        if (tick == 0) first_pts_us = pacer_due_us(&pacer) - shared_load(player->worker.control->sync_epoch_us);
+        // The material's own time: where this machine is too slow, or the player paused, nothing happened on the
+        // hill.
+        const int64_t pts_us = first_pts_us + tick * 1'000'000 / kFramesPerSecond;
         bool more = true;
         for (int32_t i = 0; i < player->feed_count && more; ++i) more = play_feed(player, i, tick, pts_us);
         if (!more) break;

@@ -8,6 +8,9 @@
 namespace {
 
 constexpr char kRawFormat[] = "-f rawvideo -pix_fmt yuv420p -s 1920x1080 -r 60";
+// A recorded feed is half a picture high and stays as it is, above black; everything else is made to fit.
+constexpr char kFullPicture[] =
+    "-vf \"scale=1920:'if(eq(iw,1920)*eq(ih,540),540,1080)',pad=1920:1080:0:0\" -f rawvideo -pix_fmt yuv420p -r 60";
 constexpr uintptr_t kNoSocket = ~uintptr_t{0};
 constexpr long kConnectSeconds = 10;
 // Room for a whole frame on either side, and none of ffmpeg's own small buffers between: few and large calls.
@@ -84,7 +87,7 @@ int32_t video_reader_open(VideoReader* reader, const std::string& ffmpeg, const 
     snprintf(seek, sizeof seek, "%.6f", static_cast<double>(std::max<int64_t>(first_frame, 0)) / 60.0);
     reader->process =
         start_process("\"" + ffmpeg + "\" -v error -nostdin -threads 1 -ss " + seek + " -i \"" + video + "\" -an " +
-                      kRawFormat + " -avioflags direct tcp://127.0.0.1:" + std::to_string(port) +
+                      kFullPicture + " -avioflags direct tcp://127.0.0.1:" + std::to_string(port) +
                       "?send_buffer_size=" + std::to_string(kSendBuffer));
     const SOCKET connection = reader->process != nullptr ? accept_one(listener) : INVALID_SOCKET;
     closesocket(listener);

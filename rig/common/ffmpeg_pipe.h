@@ -16,7 +16,8 @@ struct VideoReader {
     uintptr_t socket;  // ~0 when there is none
 };
 
-// Starts decoding `video` from frame `first_frame` on. Returns 0; -1 when ffmpeg does not start or does not connect
+// Starts decoding `video` from frame `first_frame` on, at 60 frames per second. A recording of a feed (1920 x 540) is
+// the upper half of the picture, above black. Returns 0; -1 when ffmpeg does not start or does not connect
 // within ten seconds. The caller closes it either way.
 int32_t video_reader_open(VideoReader* reader, const std::string& ffmpeg, const char* video, int64_t first_frame);
 // Reads exactly `count` bytes. False at the end of the video.
