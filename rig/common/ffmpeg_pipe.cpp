@@ -37,8 +37,7 @@ std::string ffmpeg_find() {
     return found > 0 && found < sizeof path ? std::string(path) : std::string();
 }
 
-// A socket on the loopback address that waits for one caller, and the port it was given.
-static SOCKET listen_on_loopback(uint16_t* port) {
+uintptr_t loopback_listen(uint16_t* port) {
     WSADATA data;
     if (WSAStartup(MAKEWORD(2, 2), &data) != 0) return INVALID_SOCKET;
     const SOCKET listener = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
@@ -59,7 +58,7 @@ static SOCKET listen_on_loopback(uint16_t* port) {
 }
 
 // cppcheck-suppress passedByValue ; CreateProcessA writes into the command line.
-static void* start_process(std::string command) {
+void* ffmpeg_start(std::string command) {
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION information{};
@@ -81,14 +80,14 @@ static SOCKET accept_one(SOCKET listener) {
 int32_t video_reader_open(VideoReader* reader, const std::string& ffmpeg, const char* video, int64_t first_frame) {
     *reader = VideoReader{nullptr, kNoSocket};
     uint16_t port = 0;
-    const SOCKET listener = listen_on_loopback(&port);
+    const SOCKET listener = loopback_listen(&port);
     if (listener == INVALID_SOCKET) return -1;
     char seek[48];
     snprintf(seek, sizeof seek, "%.6f", static_cast<double>(std::max<int64_t>(first_frame, 0)) / 60.0);
     reader->process =
-        start_process("\"" + ffmpeg + "\" -v error -nostdin -threads 1 -ss " + seek + " -i \"" + video + "\" -an " +
-                      kFullPicture + " -avioflags direct tcp://127.0.0.1:" + std::to_string(port) +
-                      "?send_buffer_size=" + std::to_string(kSendBuffer));
+        ffmpeg_start("\"" + ffmpeg + "\" -v error -nostdin -threads 1 -ss " + seek + " -i \"" + video + "\" -an " +
+                     kFullPicture + " -avioflags direct tcp://127.0.0.1:" + std::to_string(port) +
+                     "?send_buffer_size=" + std::to_string(kSendBuffer));
     const SOCKET connection = reader->process != nullptr ? accept_one(listener) : INVALID_SOCKET;
     closesocket(listener);
     if (connection == INVALID_SOCKET) return -1;

@@ -9,6 +9,12 @@
 std::string ffmpeg_find();
 bool file_exists(const char* path);
 
+// A socket on the loopback address that waits for one caller, and the port it was given; ~0 when there is none to be
+// had.
+uintptr_t loopback_listen(uint16_t* port);
+// Starts a command line without a window. The process handle, null when it does not start.
+void* ffmpeg_start(std::string command);
+
 // A video as it is being decoded. Frames come over a loopback connection: three full-size feeds are half a gigabyte
 // per second, more than a pipe between processes carries everywhere.
 struct VideoReader {

@@ -18,6 +18,8 @@ RigOptions rig_options_from(const RigSettings* settings) {
     options.slow_above_width = std::max(rig_settings_int(settings, "slow_above_width", 0), 0);
     for (int32_t camera = 0; camera < kSceneFeeds; ++camera)
         options.unplug_after[camera] = std::max(rig_settings_indexed(settings, "unplug_after", camera, 0), 0);
+    options.capfile_ignores_shutdown = rig_settings_int(settings, "capfile_ignores_shutdown", 0) != 0;
+    options.capfile_dies_after = std::max(rig_settings_int(settings, "capfile_dies_after", 0), 0);
     return options;
 }
 
