@@ -12,6 +12,9 @@ static std::string test_name() {
 }
 
 void ConsoleTest::SetUp() {
+    // `./dev test` tells by this name what needs the machine for itself.
+    const std::string suite = testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
+    ASSERT_TRUE(!simulated_rig_ || suite.ends_with("OnTheRig")) << suite;
     ASSERT_TRUE(installation_create(&installation, test_name(), simulated_rig_));
 }
 
