@@ -22,6 +22,7 @@ TEST_F(Keys, F1AsksForTheSettingsPageOnTheSettingsTabAndForTheIndexElsewhere) {
 
 TEST_F(Keys, CtrlSSavesOnTheSettingsTabOnly) {
     start_with({"practice_max_jumpers=4711"});
+    ASSERT_TRUE(log_shows(installation, "jumper highlight: index=0"));  // the last line of a start
     const size_t before = log_length(installation);
     for (int32_t tab : {kTabPreview, kTabProcesses, kTabFeeds}) {
         ASSERT_TRUE(select_tab(console, tab));

@@ -233,6 +233,7 @@ TEST_F(ProcessCommands, ASecondStartOfTheSameChildRunsATwin) {
 
 TEST_F(ProcessCommands, UnusedCommandNumbersDoNothing) {
     start_with({"feed_count=3"});
+    ASSERT_TRUE(log_shows(installation, "jumper highlight: index=0"));  // the last line of a start
     ASSERT_TRUE(select_tab(console, kTabProcesses));
     const size_t before = log_length(installation);
     for (int32_t id : {216, 217, 218, 219, 226, 229, 234, 250, 299}) send_command(console, id);
