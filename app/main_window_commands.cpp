@@ -6,6 +6,7 @@
 #include "app/main_window_parts.h"
 #include "app/ui_context.h"
 #include "procs/feed_orchestration.h"
+#include "procs/file_capture.h"
 #include "procs/force_video.h"
 #include "settings/select_cameras.h"
 #include "settings/select_practice_files.h"
@@ -86,6 +87,13 @@ static void copy_paths(const char (&from)[3][kSettingTextSize], char (&to)[3][kS
 // A chooser disables its owner: one that was asked for meanwhile would open over it.
 static bool may_ask(const UiContext* ui) {
     return is_attended(ui) && IsWindowEnabled(ui->window);
+}
+
+static void on_capture_feeds(UiContext* ui, int32_t /*offset*/) {
+    capture_feeds(ui, may_ask(ui));
+}
+static void on_pause_recording(UiContext* ui, int32_t /*offset*/) {
+    pause_recording(ui);
 }
 
 static void on_select_practice_files(UiContext* ui, int32_t /*offset*/) {
@@ -191,6 +199,8 @@ constexpr CommandEntry kCommands[] = {
     {kCmdGoLive, 1, on_go_live},
     {kCmdForceVideo, 1, on_force_video},
     {kCmdAutoSetup, 1, on_auto_setup},
+    {kCmdCaptureFeeds, 1, on_capture_feeds},
+    {kCmdPauseRecording, 1, on_pause_recording},
     {kCmdRoundDown, 1, on_round_down},
     {kCmdRoundUp, 1, on_round_up},
     {kCmdLoadJumpers, 1, on_load_jumpers},

@@ -24,6 +24,7 @@
 #include "preview/grid_panel.h"
 #include "preview/preview_panel.h"
 #include "procs/capture_panel.h"
+#include "procs/file_capture_step.h"
 #include "procs/force_video_step.h"
 #include "procs/process_manager.h"
 #include "procs/readiness.h"
@@ -78,6 +79,7 @@ struct UiContext {
 
     ReadinessWait readiness = {};
     ForceVideoWait force_video = {};
+    FileCapture file_capture = {};
     bool auto_sync_on_resume = false;
     AutoSetupRun auto_setup = {};
 

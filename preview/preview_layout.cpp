@@ -42,7 +42,7 @@ constexpr PreviewButton kPreviewButtons[kPreviewButtonCount] = {
     {kCmdIgnoreRegion + 2, "Ign Reg 2", kFlowPlace, 0, 80, 20, 10, true},
     {kCmdFeedOffset + 2, "Set F2 Offset", kFlowPlace, 0, 110, 20, 10, true},
     {kCmdSaveRegions, "Save Regions", kFlowPlace, 0, 90, 20, 11, true},
-    {kCmdCaptureFeeds, "Capture Feeds", kFlowPlace, 0, 140, 20, 12, false},
+    {kCmdCaptureFeeds, "Capture Feeds", kFlowPlace, 0, 140, 20, 12, true},
     {kCmdPauseRecording, "Pause Recording", kFlowPlace, 0, 160, 20, 12, false},
 };
 

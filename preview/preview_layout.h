@@ -18,7 +18,7 @@ struct PreviewButton {
     int32_t x, y;      // place at creation relative to the panel origin; x is kFlowPlace where the layout decides
     int32_t width, height;  // 20 or 28 high
     int32_t group;          // flowing buttons of one group stay in one row while it is wide enough
-    bool usable;            // false: greyed, because its feature is not there yet or has nothing to act on
+    bool usable;            // at creation; false: greyed, because it has nothing to act on yet
 };
 
 inline constexpr int32_t kPreviewButtonCount = 26;

@@ -172,6 +172,13 @@ void preview_set_auto_setup_text(PreviewPanel* panel, const char* text) {
     preview_set_button_text(panel, kCmdAutoSetup, text);
 }
 
+void preview_set_capture_buttons(PreviewPanel* panel, const char* capture_text, const char* pause_text,
+                                 bool pause_usable) {
+    preview_set_button_text(panel, kCmdCaptureFeeds, capture_text);
+    preview_set_button_text(panel, kCmdPauseRecording, pause_text);
+    if (HWND pause = panel->button[preview_button_index(kCmdPauseRecording)]) EnableWindow(pause, pause_usable);
+}
+
 void preview_set_divider(PreviewPanel* panel, int32_t width) {
     panel->divider = width;
     if (panel->created) show_new_places(panel);

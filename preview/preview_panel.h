@@ -132,6 +132,8 @@ ControlBlock* preview_control_block(PreviewPanel* panel);
 
 void preview_set_play_text(PreviewPanel* panel, const char* text);
 void preview_set_auto_setup_text(PreviewPanel* panel, const char* text);
+void preview_set_capture_buttons(PreviewPanel* panel, const char* capture_text, const char* pause_text,
+                                 bool pause_usable);
 
 // Width of the preview column in pixels, as asked for; the next layout keeps it within its limits.
 void preview_set_divider(PreviewPanel* panel, int32_t width);

@@ -319,7 +319,7 @@ TEST_F(Preview, EveryButtonHasItsTextAndSizeAndTheTopRowItsPlaces) {
         {725, "Set F0 Offset", 110, 20, true, -1},
         {726, "Set F1 Offset", 110, 20, true, -1},
         {727, "Set F2 Offset", 110, 20, true, -1},
-        {728, "Capture Feeds", 140, 20, false, -1},
+        {728, "Capture Feeds", 140, 20, true, -1},
         {729, "Pause Recording", 160, 20, false, -1},
     };
     start_with({});

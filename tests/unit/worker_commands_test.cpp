@@ -52,6 +52,7 @@ TEST(WorkerCommandLine, EveryKindHasItsForm) {
     EXPECT_EQ(command(kKindVideogen, 0, "s.txt"), "\"C:\\rig\\videogen.exe\" \"s.txt\"");
     EXPECT_EQ(command(kKindViewer, 0, "s.txt"), "\"C:\\rig\\viewer.exe\" \"s.txt\"");
     EXPECT_EQ(command(kKindFileplayer, 0, "D:\\videos"), "\"C:\\rig\\practice_player.exe\" \"D:\\videos\"");
+    EXPECT_EQ(command(kKindCapfile, 2, nullptr), "\"C:\\rig\\capfile.exe\" 2");
     EXPECT_EQ(command(kKindFileplayer, 0, ""), "\"C:\\rig\\practice_player.exe\"");
 }
 
@@ -65,9 +66,10 @@ TEST(WorkerCommandLine, OnlyMotionAndTheMovieBuilderComeBackByThemselves) {
     EXPECT_EQ(worker_kind(99), nullptr);
 }
 
-TEST(WorkerCommandLine, CaptureAndMotionSlotsCarryTheFeedAndTheOthersNoIndex) {
+TEST(WorkerCommandLine, CaptureMotionAndCapfileSlotsCarryTheFeedAndTheOthersNoIndex) {
     EXPECT_EQ(worker_slot_index(kKindCapture, 2), 2u);
     EXPECT_EQ(worker_slot_index(kKindMotion, 0), 0u);
+    EXPECT_EQ(worker_slot_index(kKindCapfile, 1), 1u);
     EXPECT_EQ(worker_slot_index(kKindVideogen, 1), kNoIndex);
     EXPECT_EQ(worker_slot_index(kKindViewer, 1), kNoIndex);
     EXPECT_EQ(worker_slot_index(kKindFileplayer, 1), kNoIndex);
