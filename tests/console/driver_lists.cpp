@@ -2,11 +2,11 @@
 #include <windows.h>  // before commctrl.h, which needs it
 
 #include <commctrl.h>
-#include <winternl.h>
 
 #include "tests/console/driver.h"
 #include "tests/console/remote.h"
 #include "tests/console/wait.h"
+#include "tests/support/process_resources.h"
 
 static LRESULT ask(HWND window, UINT message, WPARAM wparam) {
     DWORD_PTR result = 0;
@@ -143,75 +143,13 @@ std::vector<Menu> read_menus(const Console& console) {
     return menus;
 }
 
-using QueryInformation = LONG(WINAPI*)(HANDLE, int, void*, ULONG, ULONG*);
-using QuerySystem = LONG(WINAPI*)(int, void*, ULONG, ULONG*);
-
-static void* system_function(const char* name) {
-    return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("ntdll.dll"), name));
-}
-
-// Both public counters are stubs on some systems; the tables behind them are not.
-static uint32_t count_gdi_objects(const Console& console) {
-    const uint32_t counted = GetGuiResources(console.process, GR_GDIOBJECTS);
-    if (counted != 0) return counted;
-
-    struct GdiEntry {
-        uint64_t object;
-        uint32_t owner;
-        uint16_t unique;
-        uint8_t type;
-        uint8_t flags;
-        uint64_t user;
-    };
-    constexpr size_t kTableAt = 0xF8;  // GdiSharedHandleTable in a 64-bit process's environment block
-    constexpr size_t kEntries = 0x10000;
-    PROCESS_BASIC_INFORMATION basic = {};
-    const auto query = reinterpret_cast<QueryInformation>(system_function("NtQueryInformationProcess"));
-    if (query(console.process, 0, &basic, sizeof basic, nullptr) != 0) return 0;
-    uint8_t* table = nullptr;
-    ReadProcessMemory(console.process, reinterpret_cast<uint8_t*>(basic.PebBaseAddress) + kTableAt, &table,
-                      sizeof table, nullptr);
-    std::vector<GdiEntry> entries(kEntries);
-    if (!ReadProcessMemory(console.process, table, entries.data(), kEntries * sizeof(GdiEntry), nullptr)) return 0;
-    uint32_t used = 0;
-    for (const GdiEntry& entry : entries) used += entry.type != 0 ? 1 : 0;
-    return used;
-}
-
-static uint32_t count_handles(const Console& console) {
-    DWORD counted = 0;
-    if (GetProcessHandleCount(console.process, &counted) && counted != 0) return counted;
-
-    struct HandleEntry {
-        void* object;
-        uint64_t pid;
-        uint64_t handle;
-        uint32_t access;
-        uint16_t unused, type;
-        uint32_t attributes, reserved;
-    };
-    struct HandleTable {
-        uint64_t count, reserved;
-        HandleEntry entries[1];
-    };
-    constexpr int kExtendedHandles = 64;
-    const auto query = reinterpret_cast<QuerySystem>(system_function("NtQuerySystemInformation"));
-    std::vector<uint8_t> bytes(size_t{4} << 20);
-    ULONG used = 0;
-    if (query(kExtendedHandles, bytes.data(), static_cast<ULONG>(bytes.size()), &used) != 0) return 0;
-    const auto* table = reinterpret_cast<const HandleTable*>(bytes.data());
-    uint32_t own = 0;
-    for (uint64_t i = 0; i < table->count; ++i) own += table->entries[i].pid == console.pid ? 1 : 0;
-    return own;
-}
-
 static BOOL CALLBACK count_window(HWND, LPARAM param) {
     ++*reinterpret_cast<uint32_t*>(param);
     return TRUE;
 }
 
 Resources count_resources(const Console& console) {
-    Resources resources = {count_gdi_objects(console), 1, count_handles(console)};
+    Resources resources = {count_gdi_objects(console.process), 1, count_handles(console.process)};
     EnumChildWindows(console.window, count_window, reinterpret_cast<LPARAM>(&resources.windows));
     return resources;
 }

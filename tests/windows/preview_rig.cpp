@@ -1,14 +1,13 @@
 #include "tests/windows/preview_rig.h"
 
 #include <gtest/gtest.h>
-#include <winternl.h>
 
 #include <cstring>
-#include <vector>
 
 #include "app/commands.h"
 #include "app/timers.h"
 #include "ipc/frame_ring.h"
+#include "tests/support/process_resources.h"
 
 namespace {
 
@@ -120,70 +119,14 @@ COLORREF PreviewRig::painted(int32_t x, int32_t y) const {
     return GetPixel(panel->back_dc, x, y);
 }
 
-static void* system_function(const char* name) {
-    return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("ntdll.dll"), name));
-}
-
-// The public counters are stubs on some systems; the tables behind them are not.
-static uint32_t count_gdi_objects() {
-    const uint32_t counted = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
-    if (counted != 0) return counted;
-    struct GdiEntry {
-        uint64_t object;
-        uint32_t owner;
-        uint16_t unique;
-        uint8_t type;
-        uint8_t flags;
-        uint64_t user;
-    };
-    constexpr size_t kTableAt = 0xF8;  // of the environment block, in a 64-bit process
-    using Query = LONG(WINAPI*)(HANDLE, int, void*, ULONG, ULONG*);
-    const auto query = reinterpret_cast<Query>(system_function("NtQueryInformationProcess"));
-    PROCESS_BASIC_INFORMATION basic = {};
-    if (query(GetCurrentProcess(), 0, &basic, sizeof basic, nullptr) != 0) return 0;
-    const GdiEntry* table = nullptr;
-    std::memcpy(&table, reinterpret_cast<const uint8_t*>(basic.PebBaseAddress) + kTableAt, sizeof table);
-    if (!table) return 0;
-    uint32_t used = 0;
-    for (size_t i = 0; i < 0x10000; ++i) used += table[i].type != 0 ? 1 : 0;
-    return used;
-}
-
-static uint32_t count_handles() {
-    DWORD counted = 0;
-    if (GetProcessHandleCount(GetCurrentProcess(), &counted) && counted != 0) return counted;
-    struct HandleEntry {
-        void* object;
-        uint64_t pid;
-        uint64_t handle;
-        uint32_t access;
-        uint16_t unused, type;
-        uint32_t attributes, reserved;
-    };
-    constexpr int kExtendedHandles = 64;
-    using Query = LONG(WINAPI*)(int, void*, ULONG, ULONG*);
-    const auto query = reinterpret_cast<Query>(system_function("NtQuerySystemInformation"));
-    std::vector<uint8_t> bytes(size_t{8} << 20);
-    ULONG length = 0;
-    if (query(kExtendedHandles, bytes.data(), static_cast<ULONG>(bytes.size()), &length) != 0) return 0;
-    uint64_t total = 0;
-    std::memcpy(&total, bytes.data(), sizeof total);
-    uint32_t ours = 0;
-    for (uint64_t i = 0; i < total; ++i) {
-        HandleEntry entry;
-        std::memcpy(&entry, bytes.data() + 16 + i * sizeof entry, sizeof entry);
-        ours += entry.pid == GetCurrentProcessId() ? 1 : 0;
-    }
-    return ours;
-}
-
 static BOOL CALLBACK count_window(HWND, LPARAM counter) {
     ++*reinterpret_cast<uint32_t*>(counter);
     return TRUE;
 }
 
 Holdings count_holdings() {
-    Holdings holdings = {count_gdi_objects(), GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS), count_handles()};
+    HANDLE self = GetCurrentProcess();
+    Holdings holdings = {count_gdi_objects(self), GetGuiResources(self, GR_USEROBJECTS), count_handles(self)};
     if (holdings.windows == 0) {
         EnumThreadWindows(GetCurrentThreadId(), count_window, reinterpret_cast<LPARAM>(&holdings.windows));
     }

@@ -16,6 +16,7 @@
 #include "settings/settings_tab_internal.h"
 #include "settings/settings_values.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/process_resources.h"
 
 namespace {
 
@@ -345,13 +346,14 @@ TEST_F(SettingsTabWindow, DestroyingReturnsWhatWasTaken) {
     settings_tab_destroy(tab.get());
     EXPECT_EQ(GetDlgItem(parent, 800), nullptr);
     EXPECT_EQ(GetDlgItem(parent, 801), nullptr);
-    const auto before = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
+    const uint32_t before = count_gdi_objects(GetCurrentProcess());
+    ASSERT_GT(before, 0u);
     for (int32_t i = 0; i < 3; ++i) {
         ASSERT_EQ(settings_tab_create(tab.get(), parent, GetModuleHandleA(nullptr), settings.get(), path.c_str(), ""),
                   0);
         settings_tab_destroy(tab.get());
     }
-    EXPECT_LE(GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS), before + 1);
+    EXPECT_LE(count_gdi_objects(GetCurrentProcess()), before + 1);
     settings_tab_destroy(tab.get());
 }
 
