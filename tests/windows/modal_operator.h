@@ -59,3 +59,15 @@ inline std::vector<std::string> captions_in(HWND window) {
             captions.push_back(text_in(child) + " " + place_text(window, child));
     return captions;
 }
+
+// Every line of a list, with the messages of its kind (LB_GETCOUNT and LB_GETTEXT, CB_GETCOUNT and CB_GETLBTEXT).
+inline std::vector<std::string> items_in(HWND list, UINT count_message, UINT text_message) {
+    std::vector<std::string> items;
+    const LRESULT count = SendMessageA(list, count_message, 0, 0);
+    for (LRESULT i = 0; i < count; ++i) {
+        char text[600] = "";
+        SendMessageA(list, text_message, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(text));
+        items.emplace_back(text);
+    }
+    return items;
+}

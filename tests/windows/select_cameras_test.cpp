@@ -80,15 +80,7 @@ protected:
                IsWindowEnabled(GetDlgItem(window, kCameraRefreshId));
     }
     static Lines items(HWND window, int32_t feed) {
-        Lines lines;
-        HWND list = GetDlgItem(window, kCameraListId + feed);
-        const LRESULT count = SendMessageA(list, CB_GETCOUNT, 0, 0);
-        for (LRESULT i = 0; i < count; ++i) {
-            char text[600] = "";
-            SendMessageA(list, CB_GETLBTEXT, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(text));
-            lines.emplace_back(text);
-        }
-        return lines;
+        return items_in(GetDlgItem(window, kCameraListId + feed), CB_GETCOUNT, CB_GETLBTEXT);
     }
     static Three selections(HWND window) {
         Three texts;

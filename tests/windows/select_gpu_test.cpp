@@ -16,36 +16,19 @@
 #include "settings/gpu_adapters.h"
 #include "tests/support/child_role.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/process_resources.h"
+#include "tests/windows/modal_operator.h"
 
 namespace {
 
 constexpr UINT_PTR kOwnerTimer = 9;
-
-std::string text_of(HWND window) {
-    char text[256] = "";
-    SendMessageA(window, WM_GETTEXT, sizeof text, reinterpret_cast<LPARAM>(text));
-    return text;
-}
-
-template <class Condition>
-bool wait_for(Condition happened) {
-    for (int i = 0; i < 1000 && !happened(); ++i) Sleep(10);
-    return happened();
-}
 
 // What the operator finds on the screen.
 struct Shown {
     HWND window, list, status, refresh, ok, cancel;
 
     std::vector<std::string> lines() const {
-        std::vector<std::string> texts;
-        const LRESULT count = SendMessageA(list, LB_GETCOUNT, 0, 0);
-        for (LRESULT i = 0; i < count; ++i) {
-            char text[256] = "";
-            SendMessageA(list, LB_GETTEXT, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(text));
-            texts.emplace_back(text);
-        }
-        return texts;
+        return items_in(list, LB_GETCOUNT, LB_GETTEXT);
     }
     LRESULT selected() const {
         return SendMessageA(list, LB_GETCURSEL, 0, 0);
@@ -60,7 +43,7 @@ BOOL CALLBACK sort_in(HWND child, LPARAM lp) {
     char name[32] = "";
     GetClassNameA(child, name, sizeof name);
     const std::string class_name = name;
-    const std::string text = text_of(child);
+    const std::string text = text_in(child);
     if (class_name == "ListBox") shown->list = child;
     if (class_name == "Static") shown->status = child;
     if (text == "Refresh") shown->refresh = child;
@@ -72,11 +55,11 @@ BOOL CALLBACK sort_in(HWND child, LPARAM lp) {
 // Waits until the chooser has filled its list.
 Shown find_dialog() {
     Shown shown = {};
-    wait_for([&] { return (shown.window = FindWindowA("SkiJumpSelectGPU", nullptr)) != nullptr; });
-    wait_for([&] {
+    look_until([&] { return (shown.window = FindWindowA("SkiJumpSelectGPU", nullptr)) != nullptr; });
+    look_until([&] {
         shown.list = shown.status = nullptr;
         EnumChildWindows(shown.window, sort_in, reinterpret_cast<LPARAM>(&shown));
-        return shown.status && shown.cancel && text_of(shown.status) != "Enumerating GPUs...";
+        return shown.status && shown.cancel && text_in(shown.status) != "Enumerating GPUs...";
     });
     return shown;
 }
@@ -146,12 +129,12 @@ protected:
 TEST_F(SelectGpu, ShowsTheNvidiaAdaptersWithTheFirstChosen) {
     ASSERT_EQ(expected, 1) << "the test machine's Wine reports one adapter, an NVIDIA";
     choose([&](const Shown& shown) {
-        EXPECT_EQ(text_of(shown.window), "Select NVENC GPU");
+        EXPECT_EQ(text_in(shown.window), "Select NVENC GPU");
         EXPECT_EQ(GetWindow(shown.window, GW_OWNER), owner);
         EXPECT_FALSE(IsWindowEnabled(owner)) << "modal";
         EXPECT_EQ(shown.lines(), std::vector<std::string>{"GPU #0  " + first_name});
         EXPECT_EQ(shown.selected(), 0);
-        EXPECT_EQ(text_of(shown.status), "1 NVENC-visible GPU detected.");
+        EXPECT_EQ(text_in(shown.status), "1 NVENC-visible GPU detected.");
         EXPECT_TRUE(IsWindowEnabled(shown.ok));
         EXPECT_TRUE(IsWindowEnabled(shown.refresh));
         SendMessageA(shown.cancel, BM_CLICK, 0, 0);
@@ -164,7 +147,7 @@ TEST_F(SelectGpu, IsWrittenInSegoeUi) {
         for (HWND control : {shown.list, shown.status, shown.refresh, shown.ok, shown.cancel}) {
             LOGFONTA font = {};
             GetObjectA(reinterpret_cast<HFONT>(SendMessageA(control, WM_GETFONT, 0, 0)), sizeof font, &font);
-            EXPECT_STREQ(font.lfFaceName, "Segoe UI") << text_of(control);
+            EXPECT_STREQ(font.lfFaceName, "Segoe UI") << text_in(control);
         }
         SendMessageA(shown.cancel, BM_CLICK, 0, 0);
     });
@@ -228,7 +211,7 @@ TEST_F(SelectGpu, RefreshAsksTheSystemAgain) {
         SendMessageA(shown.refresh, BM_CLICK, 0, 0);
         EXPECT_EQ(shown.lines(), std::vector<std::string>{"GPU #0  " + first_name});
         EXPECT_EQ(shown.selected(), 0);
-        EXPECT_EQ(text_of(shown.status), "1 NVENC-visible GPU detected.");
+        EXPECT_EQ(text_in(shown.status), "1 NVENC-visible GPU detected.");
         SendMessageA(shown.cancel, BM_CLICK, 0, 0);
     });
     EXPECT_EQ(log.count("INF nvenc_gpu_enum: 1 NVIDIA adapter(s) via DXGI"), 2 + 1) << "SetUp asked, too";
@@ -249,7 +232,7 @@ TEST_F(SelectGpu, TheOwnersTimersGoOn) {
     SetTimer(owner, kOwnerTimer, 20, nullptr);
     owner_ticks = 0;
     choose([](const Shown& shown) {
-        EXPECT_TRUE(wait_for([] { return owner_ticks >= 5; }));
+        EXPECT_TRUE(look_until([] { return owner_ticks >= 5; }));
         SendMessageA(shown.cancel, BM_CLICK, 0, 0);
     });
     KillTimer(owner, kOwnerTimer);
@@ -290,10 +273,11 @@ TEST_F(SelectGpu, AnOwnerDisabledBeforeStaysDisabled) {
 TEST_F(SelectGpu, OpeningAndClosingLeavesNoObjectBehind) {
     const auto open_once = [&] { choose([](const Shown& shown) { SendMessageA(shown.cancel, BM_CLICK, 0, 0); }); };
     open_once();
-    const DWORD gdi = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
+    const uint32_t gdi = count_gdi_objects(GetCurrentProcess());
+    ASSERT_GT(gdi, 0u);
     const DWORD user = GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS);
     for (int i = 0; i < 5; ++i) open_once();
-    EXPECT_LE(GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS), gdi);
+    EXPECT_LE(count_gdi_objects(GetCurrentProcess()), gdi);
     EXPECT_LE(GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS), user);
 }
 
@@ -304,7 +288,7 @@ static int see_no_gpu(int /*argc*/, char** /*argv*/) {
     int wrong = 0;
     std::thread person([&] {
         const Shown shown = find_dialog();
-        wrong |= text_of(shown.status) == "No NVENC-visible GPUs detected. Check NVIDIA driver (R570+)." ? 0 : 4;
+        wrong |= text_in(shown.status) == "No NVENC-visible GPUs detected. Check NVIDIA driver (R570+)." ? 0 : 4;
         wrong |= shown.lines().empty() ? 0 : 8;
         wrong |= IsWindowEnabled(shown.ok) ? 16 : 0;
         shown.key(VK_RETURN);
