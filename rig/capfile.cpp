@@ -23,8 +23,8 @@
 namespace {
 
 constexpr uint32_t kPollMs = 5;
-constexpr int64_t kBacklogUs = 4'500'000;  // after the request to leave, for what the ring still holds
-constexpr uint32_t kFinishMs = 2'500;      // after that, for ffmpeg
+constexpr int64_t kBacklogUs = 6'000'000;  // after the request to leave, for what the ring still holds
+constexpr uint32_t kFinishMs = 1'500;      // after that, for ffmpeg
 constexpr int32_t kMostFailures = 3;       // files that could not be written, until it gives up
 constexpr int64_t kSafetyFrames = 4;       // so near to being overwritten a frame is not begun to be read
 constexpr size_t kPictureSize = picture_bytes(kFeedHeight);

@@ -55,3 +55,10 @@ TEST(RigOptions, NegativeNumbersMeanNone) {
     EXPECT_EQ(options.scene.lead_in_frames, 0);
     EXPECT_EQ(options.unplug_after[2], 0);
 }
+
+TEST(RigOptions, ARecorderCanBeMadeToMisbehave) {
+    const RigOptions options = from("capfile_ignores_shutdown=1\ncapfile_dies_after=20\n");
+    EXPECT_TRUE(options.capfile_ignores_shutdown);
+    EXPECT_EQ(options.capfile_dies_after, 20);
+    EXPECT_EQ(from("capfile_dies_after=-1\n").capfile_dies_after, 0);
+}
