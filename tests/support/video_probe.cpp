@@ -31,7 +31,7 @@ static HANDLE create_inheritable(const std::string& path) {
 }
 
 // Runs a tool to its end with both outputs in files. Returns its exit code, -1 when it did not run or did not end.
-static int64_t run_tool(std::string command, const std::string& output, const std::string& errors) {
+static int64_t run_tool(const std::string& line, const std::string& output, const std::string& errors) {
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
@@ -39,6 +39,7 @@ static int64_t run_tool(std::string command, const std::string& output, const st
     startup.hStdOutput = create_inheritable(output);
     startup.hStdError = create_inheritable(errors);
     PROCESS_INFORMATION process{};
+    std::string command = line;  // which the call may write into
     const BOOL started = CreateProcessA(nullptr, command.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
                                         nullptr, &startup, &process);
     CloseHandle(startup.hStdOutput);
