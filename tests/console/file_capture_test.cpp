@@ -1,0 +1,304 @@
+// Capture Feeds and Pause Recording: the question for the folder, the three recorders, the control-block fields that
+// steer them, and how a recording ends, also with a recorder that does not listen.
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <string>
+#include <vector>
+
+#include "ipc/scoped_handle.h"
+#include "tests/console/console_test.h"
+
+namespace {
+
+constexpr int32_t kCapture = 728, kPause = 729;
+constexpr uint32_t kGraceMs = 8000;
+constexpr char kCapturing[] = "Capturing all 3 feeds — press \"Stop Capturing\" to finish";
+constexpr char kStopped[] = "Capture Feeds stopped — files finalized in selected directory";
+constexpr char kAllRecorders[] = "capfile[0] capfile[1] capfile[2]";
+
+class CaptureFeeds : public ConsoleTest {
+protected:
+    void start_with_folder(const std::string& more = "feed_count=3") {
+        start_with({"*capfile_output_dir=C:\\windows", more.c_str()});
+        open_shared();
+    }
+    // Presses Capture Feeds and waits for the picker.
+    HWND ask() {
+        ResetEvent(shared.event[kEventCapfile]);
+        press_on(kTabPreview, kCapture);
+        wait_until([&] { return message_box(console) != nullptr; });
+        HWND picker = message_box(console);
+        EXPECT_NE(picker, nullptr) << "no picker";
+        return picker;
+    }
+    // Takes the folder that the picker begins with.
+    void choose() {
+        HWND picker = ask();
+        ASSERT_TRUE(wait_until([&] { return message_box_text(picker).find("windows") != std::string::npos; }));
+        PostMessageW(picker, WM_COMMAND, IDOK, 0);
+    }
+    void begin() {
+        choose();
+        ASSERT_TRUE(status_becomes(console, kCapturing));
+    }
+    void wait_for_workers(const std::vector<std::string>& lines) {
+        for (const std::string& line : lines)
+            ASSERT_TRUE(wait_until([&] {
+                return installation_read(installation, "fake.log").find(line) != std::string::npos;
+            })) << line;
+    }
+    void begin_and_wait_for_recorders() {
+        begin();
+        wait_for_workers({"capfile[0] pid=", "capfile[1] pid=", "capfile[2] pid="});
+    }
+    std::string fields() {
+        std::string text = "paused";
+        for (const uint32_t& flag : shared.block->capfile_paused) text += " " + std::to_string(shared_load(flag));
+        text += " shutdown";
+        for (const uint32_t& flag : shared.block->capfile_shutdown) text += " " + std::to_string(shared_load(flag));
+        return text;
+    }
+    testing::AssertionResult buttons_are(const char* capture, const char* pause, bool pause_usable) {
+        if (button_text(console, kCapture) == capture && button_text(console, kPause) == pause &&
+            is_enabled(console, kPause) == pause_usable && is_enabled(console, kCapture))
+            return testing::AssertionSuccess();
+        return testing::AssertionFailure() << button_text(console, kCapture) << " / " << button_text(console, kPause)
+                                           << (is_enabled(console, kPause) ? " usable" : " greyed");
+    }
+    testing::AssertionResult recorders_are_running() {
+        if (current_tab(console) != kTabProcesses && !select_tab(console, kTabProcesses))
+            return testing::AssertionFailure() << "no Processes tab";
+        return running_children_become(console, kAllRecorders);
+    }
+};
+
+}  // namespace
+
+TEST_F(CaptureFeeds, AskForAFolderBeginningWithTheOneInTheSettings) {
+    start_with_folder();
+    EXPECT_TRUE(buttons_are("Capture Feeds", "Pause Recording", false));
+    HWND picker = ask();
+    EXPECT_NE(message_box_text(picker).find(
+                  "Select directory for captured .mp4 files (cap_0_TS.mp4, cap_1_TS.mp4, cap_2_TS.mp4)"),
+              std::string::npos)
+        << message_box_text(picker);
+    EXPECT_EQ(GetWindow(picker, GW_OWNER), console.window);
+    EXPECT_TRUE(wait_until([&] { return message_box_text(picker).find("windows") != std::string::npos; }));
+    PostMessageW(picker, WM_COMMAND, IDCANCEL, 0);
+    EXPECT_TRUE(status_becomes(console, "Capture Feeds cancelled — no directory selected"));
+    EXPECT_TRUE(buttons_are("Capture Feeds", "Pause Recording", false));
+    EXPECT_TRUE(children_of(console.pid).empty());
+    EXPECT_EQ(log_count(installation, "settings: saved to *"), 0);
+    EXPECT_FALSE(event_is_set(shared, kEventCapfile));
+}
+
+TEST_F(CaptureFeeds, RecordAllThreeFeedsWhateverTheFeedCount) {
+    start_with_folder("feed_count=1");
+    for (int32_t feed = 0; feed < kFeedCount; ++feed) {
+        shared_store(shared.block->capfile_paused[feed], 1u);
+        shared_store(shared.block->capfile_shutdown[feed], 1u);
+    }
+    begin();
+    EXPECT_TRUE(buttons_are("Stop Capturing", "Pause Recording", true));
+    EXPECT_EQ(fields(), "paused 0 0 0 shutdown 0 0 0");
+    EXPECT_TRUE(event_is_set(shared, kEventCapfile));
+    EXPECT_TRUE(recorders_are_running());
+    const std::string image = installation_path(installation, "capfile.exe");
+    const std::vector<ListRow> rows = process_rows(console);
+    for (size_t feed = 0; feed < rows.size(); ++feed)
+        EXPECT_EQ(rows[feed].command, "\"" + image + "\" " + std::to_string(feed));
+    EXPECT_TRUE(log_shows_in_order(
+        installation, {"Capture Feeds: output_dir = C:\\windows (saved to settings)", "launched capfile[0] *",
+                       "launched capfile[1] *", "launched capfile[2] *"}));
+    EXPECT_EQ(installation_setting(installation, "*capfile_output_dir"), "C:\\windows");
+}
+
+TEST_F(CaptureFeeds, AnotherFolderChosenInThePickerIsKept) {
+    start_with_folder();
+    HWND picker = ask();
+    ASSERT_TRUE(wait_until([&] { return message_box_text(picker).find("windows") != std::string::npos; }));
+    HWND tree = FindWindowExW(picker, nullptr, WC_TREEVIEWW, nullptr);
+    ASSERT_NE(tree, nullptr);
+    const LRESULT windows = SendMessageW(tree, TVM_GETNEXTITEM, TVGN_CARET, 0);
+    const LRESULT drive = SendMessageW(tree, TVM_GETNEXTITEM, TVGN_PARENT, windows);
+    SendMessageW(tree, TVM_SELECTITEM, TVGN_CARET, drive);
+    PostMessageW(picker, WM_COMMAND, IDOK, 0);
+    ASSERT_TRUE(status_becomes(console, kCapturing));
+    EXPECT_TRUE(log_shows(installation, "Capture Feeds: output_dir = C:\\ (saved to settings)"));
+    EXPECT_EQ(installation_setting(installation, "*capfile_output_dir"), "C:\\");
+    EXPECT_EQ(console_close(&console), 0);
+    EXPECT_EQ(installation_setting(installation, "*capfile_output_dir"), "C:\\");
+}
+
+TEST_F(CaptureFeeds, PauseAndResumeTellAllThreeRecorders) {
+    start_with_folder();
+    begin();
+    ResetEvent(shared.event[kEventCapfile]);
+    press_on(kTabPreview, kPause);
+    EXPECT_TRUE(
+        status_becomes(console, "Recording paused — files stay open, click \"Resume Recording\" to continue"));
+    EXPECT_TRUE(buttons_are("Stop Capturing", "Resume Recording", true));
+    EXPECT_EQ(fields(), "paused 1 1 1 shutdown 0 0 0");
+    EXPECT_TRUE(event_is_set(shared, kEventCapfile));
+    EXPECT_TRUE(log_shows(installation, "Capture Feeds: recording paused"));
+
+    ResetEvent(shared.event[kEventCapfile]);
+    press_on(kTabPreview, kPause);
+    EXPECT_TRUE(status_becomes(console, "Recording resumed"));
+    EXPECT_TRUE(buttons_are("Stop Capturing", "Pause Recording", true));
+    EXPECT_EQ(fields(), "paused 0 0 0 shutdown 0 0 0");
+    EXPECT_TRUE(event_is_set(shared, kEventCapfile));
+    EXPECT_TRUE(log_shows(installation, "Capture Feeds: recording resumed"));
+}
+
+TEST_F(CaptureFeeds, PauseRecordingWithoutACaptureOnlyWarns) {
+    start_with_folder();
+    ResetEvent(shared.event[kEventCapfile]);
+    const std::string before = fields();
+    send_command(console, kPause);
+    EXPECT_TRUE(log_shows(installation,
+                          "WRN Pause Recording: clicked but capture is not active — ignored (button "
+                          "should be disabled in this state)"));
+    EXPECT_TRUE(buttons_are("Capture Feeds", "Pause Recording", false));
+    EXPECT_EQ(fields(), before);
+    EXPECT_EQ(status_text(console), "Ready");
+    EXPECT_FALSE(event_is_set(shared, kEventCapfile));
+}
+
+TEST_F(CaptureFeeds, StoppingWaitsForEveryFileAndTerminatesNobody) {
+    order_workers({"capfile[0] finish 0", "capfile[1] finish 1500", "capfile[2] finish 0"});
+    start_with_folder();
+    begin_and_wait_for_recorders();
+    press_on(kTabPreview, kPause);  // a paused recording stops as well
+    ASSERT_TRUE(button_becomes(console, kPause, "Resume Recording"));
+    ResetEvent(shared.event[kEventCapfile]);
+    const size_t before = log_length(installation);
+    press_on(kTabPreview, kCapture);
+    ASSERT_TRUE(status_becomes(console, kStopped));
+    wait_for_workers({"capfile[0] file closed", "capfile[1] file closed", "capfile[2] file closed"});
+    EXPECT_TRUE(buttons_are("Capture Feeds", "Pause Recording", false));
+    EXPECT_EQ(fields(), "paused 1 1 1 shutdown 1 1 1");
+    EXPECT_TRUE(event_is_set(shared, kEventCapfile));
+    EXPECT_TRUE(log_shows_in_order_from(
+        installation, before,
+        {"Capture Feeds: stopping (flip capfile_shutdown, wait for exit)", "capfile[1] exited normally"}));
+    EXPECT_EQ(log_count(installation, "WRN Capture Feeds: *"), 0);
+    EXPECT_EQ(log_count(installation, "stopping capfile*"), 0);
+    EXPECT_TRUE(children_of(console.pid).empty());
+    ASSERT_TRUE(select_tab(console, kTabProcesses));
+    for (const ListRow& row : process_rows(console)) EXPECT_EQ(row.state, "Stopped") << row.process;
+}
+
+TEST_F(CaptureFeeds, ANewRecordingCanBeginAfterAStop) {
+    order_workers({"capfile finish 0"});
+    start_with_folder();
+    begin_and_wait_for_recorders();
+    press_on(kTabPreview, kCapture);
+    ASSERT_TRUE(status_becomes(console, kStopped));
+    begin();
+    EXPECT_TRUE(buttons_are("Stop Capturing", "Pause Recording", true));
+    EXPECT_EQ(fields(), "paused 0 0 0 shutdown 0 0 0");
+    EXPECT_TRUE(recorders_are_running());
+}
+
+TEST_F(CaptureFeeds, ARecorderThatIgnoresTheRequestIsTerminatedAfterEightSeconds) {
+    order_workers({"capfile[0] finish 0", "capfile[2] finish 0"});
+    start_with_folder();
+    begin_and_wait_for_recorders();
+    const uint64_t asked_at = GetTickCount64();
+    press_on(kTabPreview, kCapture);
+    ASSERT_TRUE(status_becomes(console, kStopped));
+    EXPECT_GE(GetTickCount64() - asked_at, uint64_t{kGraceMs});
+    EXPECT_TRUE(console_answers(console, 1000)) << "the console answers again";
+    EXPECT_TRUE(log_shows_in_order(
+        installation, {"Capture Feeds: stopping (flip capfile_shutdown, wait for exit)",
+                       "WRN Capture Feeds: capfile[1] did not exit — terminating (mp4 may miss moov atom)",
+                       "stopping capfile[1] *"}));
+    EXPECT_EQ(log_count(installation, "WRN Capture Feeds: *"), 1);
+    EXPECT_EQ(log_count(installation, "stopping capfile*"), 1) << "the others were not terminated";
+    EXPECT_EQ(log_count(installation, "capfile[0] exited normally"), 1);
+    EXPECT_EQ(log_count(installation, "capfile[2] exited normally"), 1);
+    EXPECT_TRUE(children_of(console.pid).empty());
+    EXPECT_TRUE(buttons_are("Capture Feeds", "Pause Recording", false));
+    press_on(kTabPreview, 716);
+    EXPECT_TRUE(button_becomes(console, 716, "Highlight OFF")) << "and the buttons work";
+}
+
+TEST_F(CaptureFeeds, WithoutCapfileTheFailureIsTold) {
+    start_with_folder();
+    ASSERT_TRUE(DeleteFileA(installation_path(installation, "capfile.exe").c_str()));
+    choose();
+    EXPECT_TRUE(status_becomes(console, "Capture Feeds failed — see controller log"));
+    EXPECT_TRUE(log_shows(installation, "ERR Capture Feeds: failed to launch capfile[0]"));
+    EXPECT_EQ(log_count(installation, "ERR Capture Feeds: *"), 1) << "the others are not tried";
+    EXPECT_TRUE(buttons_are("Capture Feeds", "Pause Recording", false));
+    EXPECT_FALSE(event_is_set(shared, kEventCapfile));
+}
+
+TEST_F(CaptureFeeds, RecordersStartedBeforeOneThatFailsKeepRunning) {
+    start_with_folder();
+    for (int32_t i = 0; i < 15; ++i) press_on(kTabProcesses, 232);  // room for one more child
+    choose();
+    EXPECT_TRUE(status_becomes(console, "Capture Feeds failed — see controller log"));
+    EXPECT_TRUE(log_shows(installation, "ERR Capture Feeds: failed to launch capfile[1]"));
+    ASSERT_TRUE(select_tab(console, kTabProcesses));
+    EXPECT_NE(pid_of_child(console, "capfile[0]"), 0u);
+    EXPECT_EQ(console_close(&console), 0);
+}
+
+TEST_F(CaptureFeeds, ASecondPressWhileThePickerIsOpenAsksNothing) {
+    start_with_folder();
+    HWND picker = ask();
+    send_command(console, kCapture);
+    EXPECT_TRUE(log_shows(installation, "WRN Capture Feeds: nobody can be asked for a directory now — ignored"));
+    PostMessageW(picker, WM_COMMAND, IDCANCEL, 0);
+    EXPECT_TRUE(status_becomes(console, "Capture Feeds cancelled — no directory selected"));
+}
+
+TEST_F(CaptureFeeds, AnUnattendedRunShowsNoPicker) {
+    start_with({"feed_count=1"}, "--practice-test --max-movies 1000");
+    send_command(console, kCapture);
+    EXPECT_TRUE(log_shows(installation, "WRN Capture Feeds: nobody can be asked for a directory now — ignored"));
+    EXPECT_EQ(message_box(console), nullptr);
+    EXPECT_EQ(log_count(installation, "launched capfile*"), 0);
+}
+
+TEST_F(CaptureFeeds, ClosingTheWindowWhileCapturingEndsTheRecordersAtOnce) {
+    start_with_folder();
+    begin_and_wait_for_recorders();
+    const uint64_t asked_at = GetTickCount64();
+    const uint32_t pid = console.pid;
+    EXPECT_EQ(console_close(&console), 0);
+    EXPECT_LT(GetTickCount64() - asked_at, uint64_t{kGraceMs});
+    EXPECT_TRUE(children_of(pid).empty());
+    EXPECT_EQ(fields(), "paused 0 0 0 shutdown 0 0 0");
+    EXPECT_EQ(shared_load(shared.block->shutdown), 1u);
+    EXPECT_TRUE(log_shows_in_order(installation, {"process manager shutting down", "stopping capfile[0] *",
+                                                  "stopping capfile[1] *", "stopping capfile[2] *"}));
+}
+
+TEST_F(CaptureFeeds, ClosingTheProgramUnderThePickerBeginsNothing) {
+    start_with_folder();
+    ask();
+    EXPECT_EQ(console_close(&console), 0);
+    EXPECT_EQ(log_count(installation, "launched capfile*"), 0);
+}
+
+TEST_F(CaptureFeeds, WorkWithoutAControlBlock) {
+    order_workers({"capfile exit 0"});
+    const ScopedHandle taken(CreateSemaphoreA(nullptr, 0, 1, kControlBlockName));
+    ASSERT_TRUE(taken.valid());
+    start_with({"*capfile_output_dir=C:\\windows"});
+    press_on(kTabPreview, kCapture);
+    ASSERT_TRUE(wait_until([&] { return message_box(console) != nullptr; }));
+    HWND picker = message_box(console);
+    ASSERT_TRUE(wait_until([&] { return message_box_text(picker).find("windows") != std::string::npos; }));
+    PostMessageW(picker, WM_COMMAND, IDOK, 0);
+    ASSERT_TRUE(status_becomes(console, kCapturing));
+    press_on(kTabPreview, kPause);
+    ASSERT_TRUE(button_becomes(console, kPause, "Resume Recording"));
+    press_on(kTabPreview, kCapture);
+    EXPECT_TRUE(status_becomes(console, kStopped));
+}
