@@ -1,11 +1,13 @@
 #include "procs/capture_panel.h"
 
 #include <cstdio>
-#include <iterator>
+#include <string>
 
 #include "app/log.h"
 #include "app/message_table.h"
 #include "app/screen_areas.h"
+#include "app/utf16.h"
+#include "app/window_class.h"
 #include "procs/capture_panel_view.h"
 
 namespace {
@@ -29,10 +31,8 @@ static COLORREF colour_of(CaptureColour colour) {
 
 // GDI's own text does not follow the program's code page, so what we draw goes through UTF-16.
 static void draw_centred(HDC dc, const char* text, RECT rect) {
-    wchar_t wide[64];
-    const int32_t length = MultiByteToWideChar(CP_UTF8, 0, text, -1, wide, static_cast<int>(std::size(wide)));
-    if (length <= 1) return;
-    DrawTextW(dc, wide, length - 1, &rect, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
+    const std::wstring wide = utf16_from(text);
+    DrawTextW(dc, wide.c_str(), static_cast<int>(wide.size()), &rect, DT_CENTER | DT_VCENTER | DT_SINGLELINE);
 }
 
 static void draw_toggle(const CapturePanel* panel, const DRAWITEMSTRUCT& item) {
@@ -190,18 +190,12 @@ static LRESULT CALLBACK capture_panel_proc(HWND window, UINT message, WPARAM wp,
 }
 
 // The class stays registered from one opening to the next.
-static void register_class(HINSTANCE instance) {
-    WNDCLASSEXA window_class = {};
-    window_class.cbSize = sizeof window_class;
-    window_class.lpfnWndProc = capture_panel_proc;
-    window_class.cbWndExtra = sizeof(CapturePanel*);
-    window_class.hInstance = instance;
-    window_class.hCursor = LoadCursorA(nullptr, IDC_ARROW);
-    window_class.hbrBackground = reinterpret_cast<HBRUSH>(INT_PTR{COLOR_BTNFACE + 1});
-    window_class.lpszClassName = kClassName;
-    if (RegisterClassExA(&window_class)) return;
+static int32_t register_class(HINSTANCE instance) {
+    const WindowClass window_class = {kClassName, capture_panel_proc, instance, COLOR_BTNFACE};
+    if (window_class_register(window_class) == 0) return 0;
     const DWORD error = GetLastError();
-    if (error != ERROR_CLASS_ALREADY_EXISTS) log_error("capture_panel: RegisterClassEx failed: %lu", error);
+    log_error("capture_panel: RegisterClassEx failed: %lu", error);
+    return -1;
 }
 
 static HWND add_button(const CapturePanel* panel, HINSTANCE instance, const char* text, DWORD style,
@@ -220,7 +214,6 @@ static int32_t create_window(CapturePanel* panel, HWND owner, HINSTANCE instance
     if (!window) {
         const DWORD error = GetLastError();
         log_error("capture_panel: CreateWindow failed: %lu", error);
-        *panel = {};
         return -1;
     }
     panel->font =
@@ -239,8 +232,10 @@ int32_t capture_panel_open(CapturePanel* panel, HWND owner, HINSTANCE instance, 
     }
     *panel = {};
     panel->recorders = recorders;
-    register_class(instance);
-    if (create_window(panel, owner, instance) != 0) return -1;
+    if (register_class(instance) != 0 || create_window(panel, owner, instance) != 0) {
+        *panel = {};
+        return -1;
+    }
     start_recorders(panel);
     panel->open = 1;
     ShowWindow(panel->window, SW_SHOW);

@@ -22,7 +22,15 @@ static bool send(DWORD flags, int32_t data = 0) {
 }
 
 bool click_at(HWND window, int32_t x, int32_t y) {
-    return point_at(window, x, y) && send(MOUSEEVENTF_LEFTDOWN) && send(MOUSEEVENTF_LEFTUP);
+    return press_mouse_at(window, x, y) && release_mouse();
+}
+
+bool press_mouse_at(HWND window, int32_t x, int32_t y) {
+    return point_at(window, x, y) && send(MOUSEEVENTF_LEFTDOWN);
+}
+
+bool release_mouse() {
+    return send(MOUSEEVENTF_LEFTUP);
 }
 
 bool turn_wheel_at(HWND window, int32_t x, int32_t y, int32_t delta) {

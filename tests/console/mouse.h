@@ -9,6 +9,10 @@
 // False, with nothing done, when another window lies over the point.
 bool click_at(HWND window, int32_t x, int32_t y);
 
+// The two halves of a click: whoever presses also lets go.
+bool press_mouse_at(HWND window, int32_t x, int32_t y);
+bool release_mouse();
+
 // One movement of the wheel over the point, 120 a notch, up is positive.
 bool turn_wheel_at(HWND window, int32_t x, int32_t y, int32_t delta);
 

@@ -1,0 +1,184 @@
+// The unattended recording test: the program opens the panel, presses its button, waits, and closes itself.
+#include <string>
+
+#include "tests/console/capture_position.h"
+#include "tests/console/console_test.h"
+#include "tests/support/video_probe.h"
+
+namespace {
+
+constexpr char kOpening[] = "CLI capture-test: opening capture panel";
+constexpr char kOpened[] = "capture_panel: opened (paused, 3 capfile processes spawned)";
+constexpr char kPractice[] = "CLI capture-test: launching practice (source=practice)";
+constexpr char kUsb[] = "CLI capture-test: source=usb (assuming capture.exe already running on the real rig)";
+constexpr char kNoSource[] =
+    "CLI capture-test: no --source specified; capfile will idle waiting for frames (test infrastructure only)";
+constexpr char kFlipping[] = "CLI capture-test: flipping capfile to CAPTURING (duration=*";
+constexpr char kElapsed[] = "CLI capture-test: duration elapsed — closing panel";
+
+class CaptureTestMode : public ConsoleTest {
+protected:
+    explicit CaptureTestMode(bool simulated_rig = false) : ConsoleTest(simulated_rig) {}
+    void SetUp() override {
+        ConsoleTest::SetUp();
+        forget_capture_position();
+    }
+    void TearDown() override {
+        ConsoleTest::TearDown();
+        forget_capture_position();
+    }
+    void run_with_listening_recorders(const std::string& arguments) {
+        order_workers(
+            {"capfile finish 0", "practice_player ready", "motion ready", "videogen ready", "viewer ready"});
+        start_with({"feed_count=1"}, "--capture-test" + arguments);
+        EXPECT_EQ(console_wait_for_exit(&console, kPatienceMs), 0);
+    }
+    // Milliseconds from the first line of this pattern to the first of that; -1 when one is missing.
+    int64_t between(const std::string& from, const std::string& to) const {
+        const int64_t start = time_of(from);
+        const int64_t end = time_of(to);
+        if (start < 0 || end < 0) return -1;
+        constexpr int64_t kDay = 24 * 60 * 60 * 1000;
+        return (end - start + kDay) % kDay;
+    }
+    void expect_no_process_left() const {
+        JOBOBJECT_BASIC_ACCOUNTING_INFORMATION info = {};
+        ASSERT_TRUE(QueryInformationJobObject(installation.job, JobObjectBasicAccountingInformation, &info,
+                                              sizeof info, nullptr));
+        EXPECT_EQ(info.ActiveProcesses, 0u);
+    }
+
+private:
+    int64_t time_of(const std::string& pattern) const {
+        const std::vector<std::string> lines = log_lines(installation);
+        const std::vector<std::string> raw = log_raw_lines(installation);
+        for (size_t i = 0; i < lines.size(); ++i) {
+            int32_t hour = 0, minute = 0, second = 0, milli = 0;
+            if (log_line_matches(lines[i], pattern) &&
+                sscanf(raw[i].c_str(), "%d:%d:%d.%d", &hour, &minute, &second, &milli) == 4)
+                return ((int64_t{hour} * 60 + minute) * 60 + second) * 1000 + milli;
+        }
+        return -1;
+    }
+};
+
+class CaptureTestModeOnTheRig : public CaptureTestMode {
+protected:
+    CaptureTestModeOnTheRig() : CaptureTestMode(true) {}
+};
+
+}  // namespace
+
+TEST_F(CaptureTestMode, RecordsPracticeAndEndsWithZero) {
+    run_with_listening_recorders(" --source practice --duration 2");
+    EXPECT_TRUE(log_shows_in_order(installation, {"CLI mode active: capture-test",
+                                                  "  --source=practice --duration=2 --pause-before-start=0",
+                                                  "CLI mode: scheduling capture kickoff in 500 ms",
+                                                  kOpening,
+                                                  "launched capfile[0] *",
+                                                  "launched capfile[1] *",
+                                                  "launched capfile[2] *",
+                                                  kOpened,
+                                                  kPractice,
+                                                  "launched fileplayer*",
+                                                  "CLI capture-test: scheduling Start click in 100 ms",
+                                                  "CLI capture-test: flipping capfile to CAPTURING (duration=2 sec)",
+                                                  "capture_panel: state -> capturing",
+                                                  kElapsed,
+                                                  "capture_panel: closing (flip capfile_shutdown, wait for exit)",
+                                                  "capture_panel: closed",
+                                                  "CLI capture-test: scheduling Orvek shutdown",
+                                                  "process manager shutting down",
+                                                  "CLI mode: exit code 0",
+                                                  "controller exiting"}));
+    EXPECT_EQ(log_count(installation, "CLI capture-test: *"), 6) << "every step runs once";
+    EXPECT_EQ(log_count(installation, "WRN capture_panel: *"), 0);
+    EXPECT_GE(between(kFlipping, kElapsed), 1980);
+    expect_no_process_left();
+}
+
+TEST_F(CaptureTestMode, WithCamerasItStartsNoSourceOfItsOwn) {
+    run_with_listening_recorders(" --source usb --duration 1");
+    EXPECT_TRUE(log_shows_in_order(
+        installation, {kOpening, kOpened, kUsb, "CLI capture-test: scheduling Start click in 100 ms", kFlipping,
+                       kElapsed, "CLI mode: exit code 0"}));
+    EXPECT_EQ(log_count(installation, "launched fileplayer*"), 0);
+    expect_no_process_left();
+}
+
+TEST_F(CaptureTestMode, WithoutASourceItSaysThatNothingWillBeRecorded) {
+    run_with_listening_recorders(" --duration 1");
+    EXPECT_TRUE(log_shows_in_order(
+        installation, {kOpening, kOpened, kNoSource, "CLI capture-test: scheduling Start click in 100 ms", kFlipping,
+                       kElapsed, "CLI mode: exit code 0"}));
+    EXPECT_EQ(log_count(installation, "launched fileplayer*"), 0);
+    expect_no_process_left();
+}
+
+TEST_F(CaptureTestMode, APauseOfZeroStillWaits100MsAndADurationOf1Records1000Ms) {
+    run_with_listening_recorders(" --source usb --duration 1 --pause-before-start 0");
+    EXPECT_GE(between("CLI capture-test: scheduling Start click in 100 ms", kFlipping), 90);
+    EXPECT_GE(between(kFlipping, kElapsed), 980);
+    EXPECT_LT(between(kFlipping, kElapsed), 5000);
+}
+
+TEST_F(CaptureTestMode, ThePauseBeforeTheStartIsKept) {
+    run_with_listening_recorders(" --source usb --duration 1 --pause-before-start 2");
+    EXPECT_GE(between("CLI capture-test: scheduling Start click in 2000 ms", kFlipping), 1980);
+}
+
+TEST_F(CaptureTestMode, ARecorderThatDoesNotListenChangesOnlyTheLog) {
+    start_with({"feed_count=1"}, "--capture-test --source usb --duration 1");
+    EXPECT_EQ(console_wait_for_exit(&console, 60000), 0);
+    EXPECT_EQ(log_count(installation, "WRN capture_panel: capfile[*] did not exit in 8000 ms — terminating *"), 3);
+    EXPECT_TRUE(log_shows_in_order(installation, {"capture_panel: closed", "CLI mode: exit code 0"}));
+    expect_no_process_left();
+}
+
+TEST_F(CaptureTestMode, ClosingThePanelByHandDoesNotStopTheRunFromEnding) {
+    order_workers({"capfile finish 0"});
+    start_with({"feed_count=1"}, "--capture-test --source usb --duration 2");
+    ASSERT_TRUE(log_shows(installation, kFlipping));
+    HWND panel = FindWindowA("SkiJumpCapturePanel", nullptr);
+    ASSERT_NE(panel, nullptr);
+    PostMessageW(panel, WM_CLOSE, 0, 0);
+    EXPECT_EQ(console_wait_for_exit(&console, kPatienceMs), 0);
+    EXPECT_EQ(log_count(installation, "capture_panel: closed"), 1);
+    EXPECT_TRUE(log_shows_in_order(installation, {"capture_panel: closed", kElapsed, "CLI mode: exit code 0"}));
+}
+
+TEST_F(CaptureTestMode, RecordersThatAreNotThereChangeOnlyTheLog) {
+    ASSERT_TRUE(DeleteFileA(installation_path(installation, "capfile.exe").c_str()));
+    run_with_listening_recorders(" --source usb --duration 1");
+    EXPECT_EQ(log_count(installation, "ERR capture_panel: failed to launch capfile[*]"), 3);
+    EXPECT_TRUE(log_shows_in_order(installation, {kOpened, kFlipping, kElapsed, "CLI mode: exit code 0"}));
+}
+
+// The player feeds 60 pictures a second into every ring as long as the machine keeps up; the recorders stamp what
+// they see, so a file lasts as long as was filmed.
+TEST_F(CaptureTestModeOnTheRig, FiveSecondsOfPracticeLeaveThreeWholeFiles) {
+    if (find_video_tool("ffmpeg.exe").empty() || find_video_tool("ffprobe.exe").empty())
+        GTEST_SKIP() << "no ffmpeg.exe or ffprobe.exe: ./dev setup fetches them";
+    const std::string output = "*capfile_output_dir=" + installation.folder;
+    installation_settings(installation, {"feed_count=3", output.c_str()});
+    start("--capture-test --source practice --duration 5 --pause-before-start 8");
+    ASSERT_EQ(console_wait_for_exit(&console, 120000), 0);
+    EXPECT_TRUE(log_shows_in_order(
+        installation, {kOpened, kPractice, "practice: all processes ready, viewer launched, playing", kFlipping,
+                       kElapsed, "capture_panel: closed", "CLI mode: exit code 0"}));
+    EXPECT_EQ(log_count(installation, "WRN capture_panel: *"), 0) << "every recorder closed its file in time";
+    expect_no_process_left();
+
+    const std::vector<std::string> files = files_in_folder(installation.folder, ".mp4");
+    ASSERT_EQ(files.size(), 3u);
+    const double filmed = static_cast<double>(between(kFlipping, kElapsed)) / 1000;
+    for (size_t feed = 0; feed < files.size(); ++feed) {
+        EXPECT_NE(files[feed].find("\\cap_" + std::to_string(feed) + "_"), std::string::npos) << files[feed];
+        const VideoFacts facts = probe_video(files[feed]);
+        EXPECT_TRUE(facts.whole) << files[feed] << ": " << facts.complaints;
+        EXPECT_EQ(facts.codec, "h264");
+        EXPECT_NEAR(static_cast<double>(facts.frames), filmed * 60, 12) << files[feed];
+        EXPECT_NEAR(facts.seconds, filmed, 0.2) << files[feed];
+        RecordProperty("frames_of_feed_" + std::to_string(feed), static_cast<int32_t>(facts.frames));
+    }
+}
