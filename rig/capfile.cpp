@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr uint32_t kPollMs = 5;
+constexpr uint32_t kPollMs = 10;
 constexpr int64_t kBacklogUs = 6'000'000;  // after the request to leave, for what the ring still holds
 constexpr uint32_t kFinishMs = 1'500;      // after that, for ffmpeg
 constexpr int32_t kMostFailures = 3;       // files that could not be written, until it gives up
