@@ -73,6 +73,7 @@ start_lane() { # name, command...
   set -m
   (
     trap - EXIT INT TERM
+    passed=0 failed=0 skipped=0
     "$@"
     echo "$passed $failed $skipped" >"$TEST_DIR/$name.counts"
   ) >"$TEST_DIR/$name.out" 2>&1 </dev/null &
