@@ -70,9 +70,16 @@ static void refresh(benchmark::State& state, ConvertPicture convert, uint32_t sl
     }
 }
 
-BENCHMARK_CAPTURE(refresh, cached_formula, convert_by_formula, 1)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(refresh, cached, convert_slot, 1)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(refresh, streaming_formula, convert_by_formula, kStreamingSlots)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(refresh, streaming, convert_slot, kStreamingSlots)->Unit(benchmark::kMicrosecond);
-
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    const auto add = [](const char* name, ConvertPicture convert, uint32_t slots) {
+        benchmark::RegisterBenchmark(name, refresh, convert, slots)->Unit(benchmark::kMicrosecond);
+    };
+    add("refresh_cached_640/plain", convert_by_formula, 1);
+    add("refresh_cached_640/ours", convert_slot, 1);
+    add("refresh_streaming_640/plain", convert_by_formula, kStreamingSlots);
+    add("refresh_streaming_640/ours", convert_slot, kStreamingSlots);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
