@@ -16,9 +16,9 @@ constexpr int32_t kCameraMenu = 521;
 constexpr int32_t kPlainRows = 400;  // from the top: above the camera's number
 constexpr size_t kPlainLuma = size_t{kFrameWidth} * kPlainRows;
 
-class SimulatedCameras : public ConsoleTest {
+class SimulatedCamerasOnTheRig : public ConsoleTest {
 protected:
-    SimulatedCameras() : ConsoleTest(true) {}
+    SimulatedCamerasOnTheRig() : ConsoleTest(true) {}
 
     void start_with_cameras(int32_t on_feed_1, int32_t on_feed_2);
     int32_t camera_shown(int32_t feed);
@@ -31,7 +31,7 @@ protected:
 
 }  // namespace
 
-void SimulatedCameras::start_with_cameras(int32_t on_feed_1, int32_t on_feed_2) {
+void SimulatedCamerasOnTheRig::start_with_cameras(int32_t on_feed_1, int32_t on_feed_2) {
     const std::string first = std::string("*camera_device_path[1]=") + simulated_camera(on_feed_1).path;
     const std::string second = std::string("*camera_device_path[2]=") + simulated_camera(on_feed_2).path;
     start_with({"feed_count=2", first.c_str(), second.c_str()});
@@ -39,7 +39,7 @@ void SimulatedCameras::start_with_cameras(int32_t on_feed_1, int32_t on_feed_2) 
 }
 
 // The upper rows of the feed's newest complete frame. False while there is none.
-bool SimulatedCameras::newest_frame(int32_t feed, int64_t* pts, std::vector<uint8_t>* luma) {
+bool SimulatedCamerasOnTheRig::newest_frame(int32_t feed, int64_t* pts, std::vector<uint8_t>* luma) {
     const uint32_t written = shared_load(shared.block->feed[feed][0].nw);
     char name[32];
     feed_region_name(name, feed, 0);
@@ -57,7 +57,7 @@ bool SimulatedCameras::newest_frame(int32_t feed, int64_t* pts, std::vector<uint
 }
 
 // The camera whose view of that very moment the feed's newest frame is, pixel by pixel; -1 when it is none's.
-int32_t SimulatedCameras::camera_shown(int32_t feed) {
+int32_t SimulatedCamerasOnTheRig::camera_shown(int32_t feed) {
     int64_t pts = 0;
     std::vector<uint8_t> luma;
     if (!newest_frame(feed, &pts, &luma)) return -1;
@@ -77,7 +77,7 @@ int32_t SimulatedCameras::camera_shown(int32_t feed) {
     return -1;
 }
 
-TEST_F(SimulatedCameras, TwoThatTheOperatorSwapsGiveSwappedPictures) {
+TEST_F(SimulatedCamerasOnTheRig, TwoThatTheOperatorSwapsGiveSwappedPictures) {
     start_with_cameras(1, 2);
     EXPECT_TRUE(comes_to_show(1, 1));
     EXPECT_TRUE(comes_to_show(2, 2));
@@ -102,7 +102,7 @@ TEST_F(SimulatedCameras, TwoThatTheOperatorSwapsGiveSwappedPictures) {
     EXPECT_EQ(log_count(installation, "ERR *"), 0);
 }
 
-TEST_F(SimulatedCameras, OneWhoseCableIsPulledIsSeenAsFailedAndStaysSo) {
+TEST_F(SimulatedCamerasOnTheRig, OneWhoseCableIsPulledIsSeenAsFailedAndStaysSo) {
     installation_write(installation, "rig.txt", "unplug_after[2]=60\n");
     start_with_cameras(1, 2);
     ASSERT_TRUE(select_tab(console, kTabProcesses));
@@ -122,7 +122,7 @@ TEST_F(SimulatedCameras, OneWhoseCableIsPulledIsSeenAsFailedAndStaysSo) {
     EXPECT_NE(log.find("camera 2 was unplugged after 60 frames"), std::string::npos) << log;
 }
 
-TEST_F(SimulatedCameras, ADevicePathThatNoCameraHasFailsAndIsExplained) {
+TEST_F(SimulatedCamerasOnTheRig, ADevicePathThatNoCameraHasFailsAndIsExplained) {
     start_with({"feed_count=1", "*camera_device_path[1]=\\\\?\\usb#unknown"});
     ASSERT_TRUE(log_shows(installation, "ERR capture[1] exited with code 1"));
     const std::string log = installation_read(installation, "capture_1.log");
