@@ -92,6 +92,10 @@ bool installation_bring(const Installation& installation, const std::string& ima
     return bring(program_folder() + "\\" + image, installation_path(installation, image));
 }
 
+bool installation_bring_file(const Installation& installation, const std::string& path) {
+    return bring(path, installation_path(installation, path.substr(path.rfind('\\') + 1)));
+}
+
 static uint32_t processes_in_job(HANDLE job) {
     JOBOBJECT_BASIC_ACCOUNTING_INFORMATION info = {};
     if (!QueryInformationJobObject(job, JobObjectBasicAccountingInformation, &info, sizeof info, nullptr)) return 0;

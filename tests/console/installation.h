@@ -48,6 +48,9 @@ void installation_settings(const Installation& installation, std::initializer_li
 // Puts another program of the build into the folder.
 bool installation_bring(const Installation& installation, const std::string& image);
 
+// Puts a file from elsewhere into the folder, under its own name.
+bool installation_bring_file(const Installation& installation, const std::string& path);
+
 // The text behind a key in settings.txt; empty when the file does not name it.
 std::string installation_setting(const Installation& installation, const std::string& key);
 
