@@ -1,4 +1,6 @@
 # shellcheck shell=bash
+# A lane counts for itself, in a subshell; finish_lanes adds up.
+# shellcheck disable=SC2030,SC2031
 # How `./dev test` runs the tests; sourced by dev, whose names (ROOT, WINE, on_display, ...) it uses.
 #
 # Most of the tests under Wine wait: for a window, a timer, a worker that must not answer. So they run in lanes side by
@@ -8,7 +10,6 @@
 # second in gigabytes of memory comes at the end, alone on the machine.
 
 readonly TEST_DIR=$ROOT/build/test
-readonly WINESERVER=/usr/lib/wine/wineserver64
 readonly CONSOLE_LANES=3
 readonly CONSOLE_ALONE='*OnTheRig*:HungWorkers.*:HostileJumpers.*'
 readonly SERVICES_ALONE='RigWorkers.*:PreviewThread.*:*HungOwner*:*HungViewer*:PreviewRegions.*:*FastEnough'
