@@ -1,5 +1,5 @@
-// Files nobody meant to be settings: loading must end soon, without harm, and leave values that make sense.
-#include <chrono>
+// Files nobody meant to be settings: loading must end without harm and leave values that make sense. A reader whose
+// time grows with the square of the size would need hours for these.
 #include <cstring>
 #include <random>
 
@@ -13,8 +13,6 @@
 namespace {
 
 constexpr size_t kHundredMegabytes = size_t{100} << 20;
-// Far above what is needed even under a sanitizer on a busy machine; a quadratic reader would need hours.
-constexpr std::chrono::seconds kPatience{20};
 
 }  // namespace
 
@@ -24,9 +22,7 @@ static std::unique_ptr<Settings> load_as_both(std::string_view text) {
     write_whole_file(dir.file("settings.txt"), text);
     write_whole_file(dir.file("pixel_frames.txt"), text);
     auto s = default_settings();
-    const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(settings_load(s.get(), dir.file("settings.txt").c_str()), 0);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, kPatience);
     return s;
 }
 
