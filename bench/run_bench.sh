@@ -59,6 +59,7 @@ run_bench() { # [--record] [the beginning of a program's name]...
   [ -f build/bench/build.ninja ] || cmake --preset linux -B build/bench -DORVEK_BENCH=ON >/dev/null
   say "build: the benchmarks"
   cmake --build build/bench --target benchmarks
+  if [ -f bench/windows_bench.cpp ] && wanted windows_bench "$@"; then build "${PRODUCT[@]}" benchmarks; fi
   rm -rf "$BENCH_RESULTS"
   mkdir -p "$BENCH_RESULTS"
   taskset -cp "$(last_processor)" $$ >/dev/null
@@ -68,10 +69,7 @@ run_bench() { # [--record] [the beginning of a program's name]...
   for program in build/bench/bin/callgrind_*; do
     if wanted "${program##*/}" "$@"; then callgrind "$program" || bad=1; fi
   done
-  if [ -f bench/windows_bench.cpp ] && wanted windows_bench "$@"; then
-    build "${PRODUCT[@]}" benchmarks
-    on_display windows_benchmark || bad=1
-  fi
+  if [ -f bench/windows_bench.cpp ] && wanted windows_bench "$@"; then on_display windows_benchmark || bad=1; fi
   say "bench: ours beside the yardsticks (all numbers: build/bench.json)"
   python3 bench/report.py "$BENCH_RESULTS" build/bench.json "${whole[@]}" "${record[@]}"
   return "$bad"
