@@ -59,7 +59,7 @@ TARGETS = [
     ("start to first paint", "first_paint", "empty", COSTS, 1.5, None),
 ]
 
-# title, work, who: instructions as callgrind counts them
+# title, work: whose instructions callgrind counts
 COUNTS = [
     ("whole refresh (three 640 x 180, one 640 x 360)", "refresh"),
     ("motion log of 2 MB, blobs in 10 %", "motion_log_10"),
@@ -186,17 +186,16 @@ def tell_all(lines, counts):
         ]
         for line in lines
     ]  # fmt: skip
-    text = table(
-        ["work", "yardstick", "ours", "yardstick's", "ratio", "reach", "reached", "stretch", "reached"], cells
-    )
+    head = ["work", "yardstick", "ours", "yardstick's", "ratio", "reach", "reached", "stretch", "reached"]
+    tables = [table(head, cells)] if cells else []
     counted = []
     for title, work in COUNTS:
         for who in sorted({other for name, other in counts if name == work}):
             share = counts[work, who] / counts[work, "plain"] if (work, "plain") in counts else 0
             counted.append([title, who, f"{counts[work, who]:,}", f"{share:.3f}" if share else ""])
     if counted:
-        text += "\n\n" + table(["instructions (callgrind)", "who", "count", "of plain"], counted)
-    return text
+        tables.append(table(["instructions (callgrind)", "who", "count", "of plain"], counted))
+    return "\n\n".join(tables)
 
 
 def machine():
