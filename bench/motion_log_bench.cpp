@@ -22,12 +22,12 @@
 #include <vector>
 
 #include "autosetup/motion_log.h"
+#include "bench/motion_log_text.h"
 #include "settings/settings_values.h"
 
 namespace {
 
 constexpr int64_t kLogBytes = 200'000'000;
-constexpr size_t kWriteBuffer = size_t{1} << 20;
 constexpr int32_t kFeed = 1;
 constexpr int32_t kPercents[] = {10, 40, 100};
 
@@ -70,44 +70,10 @@ struct LogFolder {
 
 // ------------------------------------------------------------------------------------------------------- the log
 
-// One line per frame as a motion worker writes it: a jumper every 300 frames, who takes PERCENT of them from the left
-// edge to the right.
-static int format_line(char* line, size_t size, int64_t frame, int32_t percent) {
-    const auto number = static_cast<long long>(frame);
-    const auto seen = static_cast<int>(frame % 300);
-    const bool with_blob = seen < 3 * percent;
-    const int head = snprintf(line, size, "feed %d seq=%lld ts=%lld type=%d blobs=%d", static_cast<int>(kFeed),
-                              number, number * 16'667, with_blob ? 1 : 0, with_blob ? 2 : 0);
-    const auto used = static_cast<size_t>(head);
-    const auto noise = static_cast<int>(frame * 37 % 1920);
-    if (!with_blob) {
-        return head + snprintf(line + used, size - used, " ydiff=%d udiff=%d vdiff=%d took=%d us ycum=0,0,0,%d\n",
-                               noise % 31, noise % 17, noise % 13, 2100 + noise, noise % 90);
-    }
-    const int column = seen * 1920 / (3 * static_cast<int>(percent));
-    return head + snprintf(line + used, size - used,
-                           " blob0_sz=%d blob0_x=%d blob0_y=%d blob0_first_y=%d blob0_last_y=%d ycum=1,2,3,%d "
-                           "ucum=4,5,6,7 vcum=8,9,10,11\n",
-                           400 + noise % 99, column, 260 + noise % 9, 250, 280, noise % 90);
-}
-
 static bool write_log(const LogFolder& folder, int32_t percent) {
     std::error_code error;
     std::filesystem::create_directory(folder.of(percent), error);
-    FILE* file = fopen(folder.log(percent).c_str(), "wb");
-    if (!file) return false;
-    // In large pieces the system caches it in large pieces, as it does when it has read it from the disk itself.
-    std::vector<char> buffer(kWriteBuffer);
-    setvbuf(file, buffer.data(), _IOFBF, buffer.size());
-    char line[512];
-    bool good = true;
-    int64_t written = 0;
-    for (int64_t frame = 1000; good && written < kLogBytes; ++frame) {
-        const int length = format_line(line, sizeof line, frame, percent);
-        good = fwrite(line, 1, static_cast<size_t>(length), file) == static_cast<size_t>(length);
-        written += length;
-    }
-    return fclose(file) == 0 && good;
+    return write_motion_log(folder.log(percent), kFeed, kLogBytes, percent);
 }
 
 // --------------------------------------------------------------------------------------------------- the yardsticks

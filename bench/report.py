@@ -69,6 +69,8 @@ COUNTS = [
 
 BEGIN = "<!-- bench: written by ./dev bench --record -->"
 END = "<!-- bench: end -->"
+# Behind work/who Google Benchmark says how it measured.
+ROW_NAME = re.compile(r"(.*?)(?:/(?:iterations|repeats|min_time):[^/]*)*(?:/(real|manual)_time)?")
 NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 
@@ -85,7 +87,7 @@ def read_rows(folder):
             if entry.get("error_occurred"):
                 print(f"{entry['name']}: {entry.get('error_message')}", file=sys.stderr)
                 continue
-            name, clock = re.fullmatch(r"(.*?)(?:/(real|manual)_time)?", entry.get("run_name", entry["name"])).groups()
+            name, clock = ROW_NAME.fullmatch(entry.get("run_name", entry["name"])).groups()
             work, _, who = name.rpartition("/")
             time = entry["real_time" if clock or "cpu_time" not in entry else "cpu_time"]
             row = times.setdefault((work, who), {"program": path.stem, "clock": clock, "ns": []})
