@@ -19,7 +19,6 @@
 #include <memory>
 #include <string>
 #include <system_error>
-#include <vector>
 
 #include "autosetup/motion_log.h"
 #include "bench/motion_log_text.h"

@@ -7,7 +7,7 @@
 
 readonly BENCH_RESULTS=$ROOT/build/bench/results
 readonly BENCH_PACKAGES=(libbenchmark-dev libyuv-dev libswscale-dev valgrind python3)
-readonly BENCH_OPTIONS=(--benchmark_repetitions=9 --benchmark_enable_random_interleaving=true)
+readonly BENCH_OPTIONS=(--benchmark_repetitions=9 --benchmark_enable_random_interleaving=true --benchmark_min_time=0.2)
 
 # The processors that we may use, as "0,1" or "0-3": the last number.
 last_processor() { taskset -cp $$ | grep -oE '[0-9]+$'; }
