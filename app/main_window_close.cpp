@@ -2,6 +2,7 @@
 #include "app/ui_context.h"
 #include "ipc/shared_access.h"
 #include "procs/feed_orchestration.h"
+#include "procs/file_capture.h"
 #include "settings/settings_file.h"
 
 static void tell_workers_to_end(UiContext* ui) {
@@ -24,6 +25,7 @@ void main_window_close(UiContext* ui) {
     const bool aborted = auto_setup_abort_for_close(ui);
     if (!aborted && ui->settings && ui->settings_path[0] != '\0') settings_save(ui->settings, ui->settings_path);
     main_window_save_state(ui);
+    recordings_finish(ui);
     tell_workers_to_end(ui);
     procmgr_shutdown(ui->processes);
     PostQuitMessage(0);

@@ -10,6 +10,7 @@
 #include "ipc/shared_access.h"
 #include "procs/capture_sync.h"
 #include "procs/feed_sync.h"
+#include "procs/file_capture.h"
 #include "procs/live_counters.h"
 #include "procs/worker_commands.h"
 
@@ -204,6 +205,7 @@ static void clear_readiness_block(ControlBlock* control) {
 }
 
 static void stop_all_live(UiContext* ui) {
+    recordings_finish(ui);
     ControlBlock* control = ui_control_block(ui);
     if (control) shared_store(control->shutdown, 1u);
     wake_workers_to_shut_down(ui);

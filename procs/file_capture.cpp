@@ -69,15 +69,18 @@ static CaptureOutcome start(UiContext* ui) {
     return launch(recorders_of(ui));
 }
 
-void capture_feeds(UiContext* ui, bool may_ask) {
-    const CapturePress press = capture_feeds_press(ui->file_capture, may_ask);
-    if (press == CapturePress::nobody_to_ask)
-        return log_warn("Capture Feeds: nobody can be asked for a directory now — ignored");
-    const CaptureOutcome outcome = press == CapturePress::stop ? stop(recorders_of(ui)) : start(ui);
+static void show_outcome(UiContext* ui, CaptureOutcome outcome) {
     capture_feeds_done(&ui->file_capture, outcome);
     show_buttons(ui);
     ui_set_status(ui, capture_feeds_status(outcome));
     ui_rebuild_processes(ui);
+}
+
+void capture_feeds(UiContext* ui, bool may_ask) {
+    const CapturePress press = capture_feeds_press(ui->file_capture, may_ask);
+    if (press == CapturePress::nobody_to_ask)
+        return log_warn("Capture Feeds: nobody can be asked for a directory now — ignored");
+    show_outcome(ui, press == CapturePress::stop ? stop(recorders_of(ui)) : start(ui));
 }
 
 void pause_recording(UiContext* ui) {
@@ -93,4 +96,11 @@ void pause_recording(UiContext* ui) {
     show_buttons(ui);
     log_info("Capture Feeds: recording %s", press == PausePress::paused ? "paused" : "resumed");
     ui_set_status(ui, pause_recording_status(press));
+}
+
+void recordings_finish(UiContext* ui) {
+    capture_panel_close(&ui->capture);
+    // Recorders can also run without a recording: those that were started before one that could not be.
+    const bool running = recorders_running(recorders_of(ui)) > 0;
+    if (running || ui->file_capture.capturing != 0) show_outcome(ui, stop(recorders_of(ui)));
 }

@@ -10,3 +10,7 @@ void capture_feeds(UiContext* ui, bool may_ask);
 
 // The button beside it.
 void pause_recording(UiContext* ui);
+
+// Ends whatever is being recorded, from the buttons or from the panel, as those would. For those about to end every
+// child: a recorder that is ended without a word leaves a file that cannot be played. Blocks like a stop.
+void recordings_finish(UiContext* ui);

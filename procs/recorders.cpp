@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <algorithm>
+
 #include "ipc/control_block.h"
 #include "ipc/shared_access.h"
 #include "ipc/sync_set.h"
@@ -32,6 +34,16 @@ int32_t recorder_launch(const Recorders& recorders, int32_t feed) {
     return slot < 0 ? -1 : 0;
 }
 
+static bool is_running_recorder(const ProcessSlot& child) {
+    return child.state == kSlotRunning && child.kind == kKindCapfile;
+}
+
+int32_t recorders_running(const Recorders& recorders) {
+    const ProcessManager& processes = *recorders.processes;
+    return static_cast<int32_t>(
+        std::count_if(processes.slots, processes.slots + processes.count, is_running_recorder));
+}
+
 static void wait_for_all(ProcessManager* processes) {
     const DWORD start = GetTickCount();
     while (procmgr_collect_ended(processes, kKindCapfile) > 0 && GetTickCount() - start < kRecorderGraceMs)
@@ -42,7 +54,7 @@ void recorders_finish(const Recorders& recorders, void (*warn)(int32_t feed)) {
     wait_for_all(recorders.processes);
     for (int32_t slot = 0; slot < recorders.processes->count; ++slot) {
         const ProcessSlot& child = recorders.processes->slots[slot];
-        if (child.state != kSlotRunning || child.kind != kKindCapfile) continue;
+        if (!is_running_recorder(child)) continue;
         warn(static_cast<int32_t>(child.index));
         procmgr_stop(recorders.processes, slot, kRecorderKillMs);
     }

@@ -30,6 +30,9 @@ void recorders_signal(const Recorders& recorders);
 // Starts the recorder of `feed`, which no crash restarts. Returns 0, or -1 when it could not be launched.
 int32_t recorder_launch(const Recorders& recorders, int32_t feed);
 
+// How many are known to be running.
+int32_t recorders_running(const Recorders& recorders);
+
 // Waits until every recorder has ended, kRecorderGraceMs at most, and ends those that are left, each after a call of
 // `warn` with its feed. Blocks the calling thread meanwhile. Afterwards none is running.
 void recorders_finish(const Recorders& recorders, void (*warn)(int32_t feed));

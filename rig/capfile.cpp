@@ -55,12 +55,12 @@ static int64_t readable(const Recorder* recorder) {
     return recorder->written > 0 ? recorder->written - 1 : 0;
 }
 
+// Not by `shutdown`: that stays set after Stop All, and a recording may begin thereafter.
 static bool is_asked_to_leave(Recorder* recorder) {
     Worker* worker = &recorder->worker;
-    const bool everybody = worker_should_exit(worker);
-    if (recorder->options.capfile_ignores_shutdown)
-        return worker->leave_us != 0 && worker_now_us() >= worker->leave_us;
-    return everybody || shared_load(worker->control->capfile_shutdown[worker->feed]) != 0;
+    if (worker_time_is_over(worker)) return true;
+    return !recorder->options.capfile_ignores_shutdown &&
+           shared_load(worker->control->capfile_shutdown[worker->feed]) != 0;
 }
 
 // Takes notice of what the console wishes and of how far the ring has come. False when it is time to drop everything.

@@ -159,14 +159,17 @@ static void upkeep(Worker* worker) {
         if (field != nullptr && shared_load(*field) != worker->ready_value) shared_store(*field, worker->ready_value);
 }
 
-bool worker_should_exit(Worker* worker) {
-    if (shared_load(worker->control->shutdown) == 1) return true;
+bool worker_time_is_over(Worker* worker) {
     if (worker->leave_us != 0 && worker_now_us() >= worker->leave_us) {
         worker_log(worker, "the time allowed by ORVEK_RIG_MAX_SECONDS is over");
         return true;
     }
     upkeep(worker);
     return false;
+}
+
+bool worker_should_exit(Worker* worker) {
+    return shared_load(worker->control->shutdown) == 1 || worker_time_is_over(worker);
 }
 
 bool worker_is_paused(const Worker* worker) {

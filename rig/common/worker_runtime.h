@@ -58,6 +58,9 @@ void worker_set_ready(Worker* worker, int32_t value);
 // True once the console asked everybody to leave, or the bounded run is over. Call it at least every 200 ms: it also
 // repeats what a console started later has zeroed (pid slot, readiness).
 bool worker_should_exit(Worker* worker);
+// The same for a recorder, which the console asks to leave through capfile_shutdown alone: only whether the bounded
+// run is over.
+bool worker_time_is_over(Worker* worker);
 
 bool worker_is_paused(const Worker* worker);
 

@@ -374,7 +374,8 @@ TEST_F(CapturePanelWindow, ClosingTheProgramClosesThePanelAndLeavesNoRecorder) {
     const std::vector<RunningProcess> children = children_of(console.pid);
     EXPECT_EQ(console_close(&console), 0);
     EXPECT_TRUE(log_shows_in_order(
-        installation, {kOpened, "process manager shutting down", kClosing, kClosed, "controller exiting"}));
+        installation, {kOpened, kClosing, kClosed, "process manager shutting down", "controller exiting"}));
+    EXPECT_EQ(log_count(installation, "stopping capfile*"), 0) << "they finished by themselves";
     EXPECT_EQ(log_count(installation, kClosed), 1);
     EXPECT_NE(capture_position("x"), "");
     for (const RunningProcess& child : children) EXPECT_FALSE(is_running(child.pid)) << child.image;

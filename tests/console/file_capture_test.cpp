@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int32_t kCapture = 728, kPause = 729;
+constexpr int32_t kCapture = 728, kPause = 729, kStopAll = 202;
 constexpr uint32_t kGraceMs = 8000;
 constexpr char kCapturing[] = "Capturing all 3 feeds — press \"Stop Capturing\" to finish";
 constexpr char kStopped[] = "Capture Feeds stopped — files finalized in selected directory";
@@ -279,18 +279,42 @@ TEST_F(CaptureFeeds, AnUnattendedRunShowsNoPicker) {
     EXPECT_EQ(log_count(installation, "launched capfile*"), 0);
 }
 
-TEST_F(CaptureFeeds, ClosingTheWindowWhileCapturingEndsTheRecordersAtOnce) {
+TEST_F(CaptureFeeds, ClosingTheWindowFinishesTheFilesBeforeItEndsAnybody) {
+    order_workers({"capfile[0] finish 0", "capfile[1] finish 1500", "capfile[2] finish 0"});
     start_with_folder();
     begin_and_wait_for_recorders();
-    const uint64_t asked_at = GetTickCount64();
     const uint32_t pid = console.pid;
     EXPECT_EQ(console_close(&console), 0);
-    EXPECT_LT(GetTickCount64() - asked_at, uint64_t{kGraceMs});
     EXPECT_TRUE(children_of(pid).empty());
-    EXPECT_EQ(fields(), "paused 0 0 0 shutdown 0 0 0");
+    wait_for_workers({"capfile[0] file closed", "capfile[1] file closed", "capfile[2] file closed"});
     EXPECT_EQ(shared_load(shared.block->shutdown), 1u);
-    EXPECT_TRUE(log_shows_in_order(installation, {"process manager shutting down", "stopping capfile[0] *",
-                                                  "stopping capfile[1] *", "stopping capfile[2] *"}));
+    EXPECT_EQ(log_count(installation, "stopping capfile*"), 0);
+    EXPECT_TRUE(log_shows_in_order(installation, {"Capture Feeds: stopping (flip capfile_shutdown, wait for exit)",
+                                                  "capfile[1] exited normally", "process manager shutting down"}));
+}
+
+TEST_F(CaptureFeeds, ARecorderThatDoesNotListenKeepsTheWindowFromClosingForEightSecondsOnly) {
+    order_workers({"capfile[0] finish 0", "capfile[2] finish 0"});
+    start_with_folder();
+    begin_and_wait_for_recorders();
+    const uint32_t pid = console.pid;
+    EXPECT_EQ(console_close(&console), 0);
+    EXPECT_TRUE(children_of(pid).empty());
+    EXPECT_TRUE(log_shows_in_order(
+        installation, {"WRN Capture Feeds: capfile[1] did not exit — terminating (mp4 may miss moov atom)",
+                       "stopping capfile[1] *", "process manager shutting down"}));
+}
+
+TEST_F(CaptureFeeds, StopAllFinishesTheFilesBeforeItEndsTheOthers) {
+    order_workers({"capfile finish 0"});
+    start_with_folder();
+    begin_and_wait_for_recorders();
+    press_on(kTabProcesses, kStopAll);
+    ASSERT_TRUE(status_becomes(console, "All processes stopped"));
+    EXPECT_EQ(log_count(installation, "stopping capfile*"), 0);
+    EXPECT_TRUE(log_shows_in_order(installation, {"Capture Feeds: stopping (flip capfile_shutdown, wait for exit)",
+                                                  "capfile[2] exited normally"}));
+    EXPECT_TRUE(buttons_are("Capture Feeds", "Pause Recording", false));
 }
 
 TEST_F(CaptureFeeds, ClosingTheProgramUnderThePickerBeginsNothing) {
