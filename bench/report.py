@@ -137,7 +137,7 @@ def compare(target, work, rows):
 
 
 def compare_all(rows):
-    """The lines of the table, and the names of the rows that no program made."""
+    """The lines of the table, the names of the rows that no program made, and of those that no line asks for."""
     lines, missing = [], []
     for target in TARGETS:
         pattern, yardstick, direction = target[1], target[2], target[3]
@@ -151,7 +151,11 @@ def compare_all(rows):
             worst["title"] += f" (worst of {len(pairs)}: {worst['work'].removeprefix(pattern.rstrip('*'))})"
             worst["all"] = {line["work"]: line["ratio"] for line in pairs}
         lines.append(worst)
-    return lines, sorted(set(missing))
+    asked = set()
+    for line in lines:
+        for work in line.get("all", [line["work"]]):
+            asked |= {(work, "ours"), (work, line["yardstick"])}
+    return lines, sorted(set(missing)), sorted("/".join(key) for key in rows if key not in asked)
 
 
 # --------------------------------------------------------------------------------------------------------- telling
@@ -238,7 +242,7 @@ def main():
     arguments = parser.parse_args()
 
     rows, counts, where = read_rows(arguments.results), read_counts(arguments.results), machine()
-    lines, missing = compare_all(rows)
+    lines, missing, unasked = compare_all(rows)
     text = tell_all(lines, counts)
     print(text)
     arguments.json.write_text(
@@ -256,6 +260,8 @@ def main():
     if arguments.whole:
         for name in missing:
             print(f"no such row: {name}")
+    for name in unasked:
+        print(f"in no line of the table: {name}")
     notes = arguments.document.read_text(encoding="utf-8") if arguments.document.exists() else ""
     for line in lines:
         name = f"{line['work']}/{line['yardstick']}"
