@@ -79,7 +79,7 @@ protected:
     std::string tooltip_text(HWND tip, HWND of) const {
         TTTOOLINFOW tool = {};
         tool.cbSize = sizeof tool;
-        tool.hwnd = list();
+        tool.hwnd = GetParent(of);
         tool.uId = reinterpret_cast<UINT_PTR>(of);
         tool.lpszText = static_cast<wchar_t*>(remote_text_place(console));
         send_with_data(console, tip, TTM_GETTEXTW, 1024, &tool, sizeof tool);
@@ -152,7 +152,7 @@ TEST_F(SettingsEditor, LoadingWithoutAFileShowsEveryDefaultAndEveryRowAgreesWith
         }
         const HWND label = child;
         const HWND value = GetWindow(label, GW_HWNDNEXT);
-        EXPECT_EQ(value, GetDlgItem(list(), 1000 + static_cast<int32_t>(i)));
+        EXPECT_EQ(GetDlgCtrlID(value), 1000 + static_cast<int32_t>(i));
         EXPECT_EQ(window_text(label), rows[i][0]);
         EXPECT_EQ(escaped(window_text(value)), rows[i][2]) << rows[i][0];
         EXPECT_EQ(escaped(tooltip_text(tip, label)), rows[i][4]) << rows[i][0];
