@@ -86,16 +86,6 @@ static Rows true_band(Scene* scene, int32_t feed) {
     return {band.top - margin, band.bottom + margin};
 }
 
-// What stands behind `start` in the last line that has it.
-static std::string last_line_of(const std::vector<std::string>& lines, const std::string& start) {
-    std::string found;
-    for (const std::string& line : lines) {
-        const size_t at = line.find(start);
-        if (at != std::string::npos) found = line.substr(at + start.size());
-    }
-    return found;
-}
-
 // Offsets and gaps are measured anew by every run and not kept in the file: the log tells them.
 static void expect_offsets_and_gaps(const Installation& installation, const SceneTiming& truth) {
     const std::string offsets = "[" + std::to_string(truth.sync_offset[0]) + ", 0, " +

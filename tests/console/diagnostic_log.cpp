@@ -95,6 +95,15 @@ testing::AssertionResult log_shows_in_order_from(const Installation& installatio
     return testing::AssertionSuccess();
 }
 
+std::string last_line_of(const std::vector<std::string>& lines, const std::string& start) {
+    std::string found;
+    for (const std::string& line : lines) {
+        const size_t at = line.find(start);
+        if (at != std::string::npos) found = line.substr(at + start.size());
+    }
+    return found;
+}
+
 testing::AssertionResult log_shows_in_order(const Installation& installation,
                                             const std::vector<std::string>& patterns) {
     return log_shows_in_order_from(installation, 0, patterns);

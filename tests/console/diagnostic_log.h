@@ -30,6 +30,9 @@ int32_t log_count(const Installation& installation, const std::string& pattern);
 testing::AssertionResult log_shows(const Installation& installation, const std::string& pattern, int32_t times = 1,
                                    uint32_t patience_ms = kPatienceMs);
 
+// What stands behind `start` in the last line that has it; empty when none has.
+std::string last_line_of(const std::vector<std::string>& lines, const std::string& start);
+
 // The patterns occur in this order, other lines between them allowed. Says which one is missing after which.
 testing::AssertionResult log_shows_in_order(const Installation& installation,
                                             const std::vector<std::string>& patterns);
