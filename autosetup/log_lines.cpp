@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
-#include "autosetup/byte_scan.h"
 #include "autosetup/log_file.h"
 
-int32_t log_lines_open(LogLines* lines, const char* path) {
+int32_t log_lines_open(LogLines* lines, const char* path, const ByteScan& scan) {
     lines->file = log_file_open(path);
+    lines->scan = &scan;
+    memset(lines->block, 0, kReadableBeyond);
     lines->at = lines->end = 0;
     lines->at_end = false;
     return lines->file == kNoLogFile ? -1 : 0;
@@ -26,6 +27,7 @@ static void refill(LogLines* lines) {
     lines->at = 0;
     lines->end = left + got;
     lines->at_end = got == 0;
+    memset(lines->block + lines->end, 0, kReadableBeyond);
 }
 
 static const char* find_char(const char* text, size_t size, char c) {
@@ -62,24 +64,31 @@ bool log_lines_next(LogLines* lines, size_t buffer_size, std::string_view* piece
 // Passes over what cannot hold the text: `clear` bytes from here on do not. A piece that reaches beyond them stays.
 static void skip_clear(LogLines* lines, size_t clear, size_t limit) {
     const std::string_view passed(lines->block + lines->at, clear);
-    const size_t line_end = find_last_byte(passed, '\n');
+    const size_t line_end = lines->scan->find_last_byte(passed, '\n');
     size_t skipped = line_end == std::string_view::npos ? 0 : line_end + 1;
     while (clear - skipped > limit) skipped += limit;
     lines->at += skipped;
 }
 
-bool log_lines_next_with(LogLines* lines, size_t buffer_size, std::string_view text, std::string_view* piece) {
+bool log_lines_seek(LogLines* lines, size_t buffer_size, std::string_view text) {
     for (;;) {
-        const std::string_view rest(lines->block + lines->at, lines->end - lines->at);
-        const size_t place = find_text(rest, text);
+        const std::string_view rest = log_lines_ahead(*lines);
+        const size_t place = lines->scan->find_text(rest, text);
         if (place != std::string_view::npos) {
             skip_clear(lines, place, buffer_size - 1);
-            if (!log_lines_next(lines, buffer_size, piece)) return false;
-            if (find_text(*piece, text) != std::string_view::npos) return true;
-        } else {
-            if (lines->at_end) return false;
-            skip_clear(lines, rest.size(), buffer_size - 1);
-            refill(lines);
+            return true;
         }
+        if (lines->at_end) return false;
+        // The text may have begun with the last bytes.
+        skip_clear(lines, rest.size(), buffer_size - 1);
+        refill(lines);
     }
+}
+
+std::string_view log_lines_ahead(const LogLines& lines) {
+    return {lines.block + lines.at, lines.end - lines.at};
+}
+
+void log_lines_pass(LogLines* lines, size_t size) {
+    lines->at += size;
 }

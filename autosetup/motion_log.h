@@ -4,7 +4,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 
+#include "autosetup/byte_scan.h"
 #include "autosetup/workspace.h"
 
 // The path of a feed's log in workspace->log_dir. `path` holds `size` bytes; cut when it does not fit.
@@ -15,6 +17,10 @@ void motion_log_path(const AutoSetupWorkspace* workspace, int32_t feed, char* pa
 // workspace.
 int32_t auto_setup_parse_logs(AutoSetupWorkspace* workspace, const Settings* settings);
 
-// The same with another realloc, for tests in which memory runs out.
+// The same with other tools, for tests in which memory runs out and for those of each instruction set.
 using ResizeMemory = void* (*)(void* memory, size_t size);
-int32_t parse_motion_logs(AutoSetupWorkspace* workspace, const Settings* settings, ResizeMemory resize);
+struct ParseTools {
+    ResizeMemory resize = realloc;
+    const ByteScan* scan = &best_byte_scan();
+};
+int32_t parse_motion_logs(AutoSetupWorkspace* workspace, const Settings* settings, const ParseTools& tools);

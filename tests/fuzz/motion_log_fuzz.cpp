@@ -26,7 +26,7 @@ static void check_pieces(std::string_view log) {
     log_lines_close(lines.get());
 }
 
-static void check_records(std::string_view log) {
+static void check_records(std::string_view log, const ByteScan& scan) {
     static const auto settings = [] {
         auto made = std::make_unique<Settings>();
         settings_init_defaults(made.get());
@@ -38,7 +38,7 @@ static void check_records(std::string_view log) {
     workspace->log_dir = fuzz_folder().c_str();
     for (int32_t x = 0; x < kPixelColumns; ++x) workspace->meters_at_x[1][x] = static_cast<float>(x) / 16;
     workspace->grid_valid[1] = 1;
-    const int32_t result = auto_setup_parse_logs(workspace, settings.get());
+    const int32_t result = parse_motion_logs(workspace, settings.get(), {.scan = &scan});
     const PlainFeed plain = plain_motion_log(log, 1, kLeastSize, workspace->meters_at_x[1]);
     fuzz_require(plain_matches(*workspace, 1, plain));
     fuzz_require(result == (plain.blobs.empty() ? -1 : 0));
@@ -62,6 +62,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size > 1 && data[0] >= 0xF0) log.insert(0, filler(kLogBlock - size / 2, (data[0] & 1) != 0));
     fuzz_write_motion_log(1, log);
     check_pieces(log);
-    check_records(log);
+    for (const ByteScan* scan : byte_scans()) check_records(log, *scan);
     return 0;
 }

@@ -14,14 +14,16 @@
 
 using Pieces = std::vector<std::string>;
 
-static Pieces read_pieces(const std::string& path, size_t buffer_size, const char* with = nullptr) {
+// All pieces, or those with a text, for which the reader moves from one that may have it to the next.
+static Pieces read_pieces(const std::string& path, size_t buffer_size, const char* with = nullptr,
+                          const ByteScan& scan = best_byte_scan()) {
     Pieces pieces;
     const auto lines = std::make_unique<LogLines>();
-    if (log_lines_open(lines.get(), path.c_str()) != 0) return {"not opened"};
+    if (log_lines_open(lines.get(), path.c_str(), scan) != 0) return {"not opened"};
     std::string_view piece;
-    while (with ? log_lines_next_with(lines.get(), buffer_size, with, &piece)
-                : log_lines_next(lines.get(), buffer_size, &piece)) {
-        pieces.emplace_back(piece);
+    while ((!with || log_lines_seek(lines.get(), buffer_size, with)) &&
+           log_lines_next(lines.get(), buffer_size, &piece)) {
+        if (!with || piece.find(with) != std::string_view::npos) pieces.emplace_back(piece);
     }
     log_lines_close(lines.get());
     return pieces;
@@ -142,8 +144,29 @@ TEST(LogLines, AnyLogReadsAsThroughALineBuffer) {
         Pieces with;
         for (const std::string& piece : expected)
             if (piece.find("key=") != std::string::npos) with.push_back(piece);
-        ASSERT_EQ(read_pieces(path, buffer_size, "key="), with) << round;
+        for (const ByteScan* scan : byte_scans())
+            ASSERT_EQ(read_pieces(path, buffer_size, "key=", *scan), with) << round << ' ' << scan->name;
     }
+}
+
+TEST(LogLines, WhatIsAheadEndsInNulsAndWholeLinesOfItCanBePassed) {
+    const TempDir dir;
+    write_whole_file(dir.file("log"), "one\ntwo\r\nthree\nfour");
+    const auto lines = std::make_unique<LogLines>();
+    ASSERT_EQ(log_lines_open(lines.get(), dir.file("log").c_str()), 0);
+    const std::string_view nothing = log_lines_ahead(*lines);
+    EXPECT_EQ(nothing, "");
+    EXPECT_EQ(nothing.data()[0], '\0');
+    std::string_view piece;
+    ASSERT_TRUE(log_lines_next(lines.get(), 16, &piece));
+    const std::string_view ahead = log_lines_ahead(*lines);
+    EXPECT_EQ(ahead, "two\r\nthree\nfour");
+    EXPECT_EQ(std::string(ahead.data() + ahead.size(), kReadableBeyond), std::string(kReadableBeyond, '\0'));
+    log_lines_pass(lines.get(), 11);
+    ASSERT_TRUE(log_lines_next(lines.get(), 16, &piece));
+    EXPECT_EQ(piece, "four");
+    EXPECT_FALSE(log_lines_next(lines.get(), 16, &piece));
+    log_lines_close(lines.get());
 }
 
 TEST(LogLines, ALogThatAnotherProgramWritesIsReadAsFarAsItGoes) {
