@@ -14,6 +14,7 @@ import argparse
 import datetime
 import fnmatch
 import json
+import math
 import os
 import pathlib
 import platform
@@ -78,7 +79,7 @@ NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 
 def read_rows(folder):
-    """{(work, who): {"median", "spread", "repetitions"}} in ns of all result files."""
+    """{(work, who): {"ns": of each repetition, "median", "error": of the median, relative}} of all result files."""
     times = {}
     for path in sorted(folder.glob("*.json")):
         for entry in json.loads(path.read_text(encoding="utf-8"))["benchmarks"]:
@@ -96,10 +97,17 @@ def read_rows(folder):
             row["ns"].append(time * NANOSECONDS[entry["time_unit"]])
     rows = {}
     for key, row in times.items():
-        quarters = statistics.quantiles(row["ns"], n=4) if len(row["ns"]) > 1 else [row["ns"][0]] * 3
         median = statistics.median(row["ns"])
-        rows[key] = dict(row, median=median, spread=(quarters[2] - quarters[0]) / median)
+        rows[key] = dict(row, median=median, error=error_of_median(row["ns"]) / median)
     return rows
+
+
+def error_of_median(values):
+    """The standard error, from the quartiles, which a few disturbed repetitions do not move."""
+    if len(values) < 2:
+        return 0
+    low, _, high = statistics.quantiles(values, n=4, method="inclusive")
+    return 1.253 * (high - low) / 1.349 / len(values) ** 0.5
 
 
 def read_counts(folder):
@@ -122,17 +130,22 @@ def compare(target, work, rows):
     ratio = theirs["median"] / ours["median"]
     if direction == COSTS:
         ratio = 1 / ratio
+    noise = 2 * math.hypot(ours["error"], theirs["error"])
 
     def met(bound):
         if bound is None:
             return None
         return ratio >= bound if direction == FASTER else ratio <= bound
 
+    def doubtful(bound):
+        return bound is not None and abs(ratio / bound - 1) < noise
+
     return {
         "title": title, "work": work, "yardstick": yardstick, "direction": direction,
         "ours_ns": ours["median"], "yardstick_ns": theirs["median"],
-        "ours_spread": ours["spread"], "yardstick_spread": theirs["spread"], "ratio": ratio,
-        "reach": reach, "reached": met(reach), "stretch": stretch, "stretch_reached": met(stretch),
+        "ratio": ratio, "noise": noise,
+        "reach": reach, "reached": met(reach), "reach_doubtful": doubtful(reach),
+        "stretch": stretch, "stretch_reached": met(stretch), "stretch_doubtful": doubtful(stretch),
     }  # fmt: skip
 
 
@@ -183,16 +196,19 @@ def table(head, lines):
 
 
 def tell_all(lines, counts):
-    said = {None: "", True: "yes", False: "no"}
+    def said(reached, doubtful):
+        return "" if reached is None else ("yes" if reached else "no") + ("?" if doubtful else "")
+
     cells = [
         [
             line["title"], line["yardstick"], tell_time(line["ours_ns"]), tell_time(line["yardstick_ns"]),
-            f"{line['ratio']:.2f}x", tell_bound(line["reach"], line["direction"]), said[line["reached"]],
-            tell_bound(line["stretch"], line["direction"]), said[line["stretch_reached"]],
+            f"{line['ratio']:.2f}x", f"{100 * line['noise']:.0f} %",
+            tell_bound(line["reach"], line["direction"]), said(line["reached"], line["reach_doubtful"]),
+            tell_bound(line["stretch"], line["direction"]), said(line["stretch_reached"], line["stretch_doubtful"]),
         ]
         for line in lines
     ]  # fmt: skip
-    head = ["work", "yardstick", "ours", "yardstick's", "ratio", "reach", "reached", "stretch", "reached"]
+    head = ["work", "yardstick", "ours", "yardstick's", "ratio", "noise", "reach", "reached", "stretch", "reached"]
     tables = [table(head, cells)] if cells else []
     counted = []
     for title, work in COUNTS:
