@@ -5,6 +5,7 @@
 #include <atomic>
 
 #include "app/log.h"
+#include "app/one_controller.h"
 
 namespace {
 
@@ -23,6 +24,7 @@ static DWORD WINAPI write_log_line(void* exception) {
 
 static LONG WINAPI report_crash(EXCEPTION_POINTERS* exception) {
     EXCEPTION_RECORD* record = exception->ExceptionRecord;
+    one_controller_crashed();
     if (HANDLE writer = CreateThread(nullptr, 0, write_log_line, record, 0, nullptr)) {
         WaitForSingleObject(writer, kLogPatienceMs);
         CloseHandle(writer);

@@ -10,6 +10,7 @@
 #include "app/file_exists.h"
 #include "app/log.h"
 #include "app/main_window.h"
+#include "app/one_controller.h"
 #include "app/settings_location.h"
 #include "app/test_modes.h"
 #include "app/ui_context.h"
@@ -64,6 +65,27 @@ static void take_command_line(UiContext* ui, const CommandLine& command_line) {
 static int fail_start(const CommandLine& command_line, const char* text) {
     show_start_error(command_line, text);
     log_close();
+    one_controller_release();
+    return 1;
+}
+
+// Where the settings are, or will be.
+static void find_rig_folder(const char* settings_path, char folder[kSettingsPathSize]) {
+    char full_path[kSettingsPathSize] = "";
+    GetFullPathNameA(settings_path, sizeof full_path, full_path, nullptr);
+    folder[0] = '\0';
+    settings_directory(full_path, folder);
+}
+
+// The running controller's log is open, and only it may move it aside: this start has a log of its own.
+static int refuse_start(const CommandLine& command_line, const RunningController& running, const char* folder) {
+    log_open("controller", 0, "controller_second_start.log");
+    log_error("%s", second_start_log_text(running).c_str());
+    log_close();
+    if (command_line.mode != kModeInteractive) return 1;
+    MessageBoxA(nullptr, second_start_text(running, folder).c_str(), kSecondStartCaption,
+                MB_OK | MB_ICONINFORMATION | MB_SETFOREGROUND);
+    one_controller_bring_forward(running);
     return 1;
 }
 
@@ -80,8 +102,15 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE /*previous*/, LPSTR command_lin
 
     char settings_path[kSettingsPathSize];
     find_settings(command_line, settings_path);
+    char folder[kSettingsPathSize];
+    find_rig_folder(settings_path, folder);
+    RunningController running;
+    const ControllerClaim claim = one_controller_claim(folder, &running);
+    if (claim == ControllerClaim::taken) return refuse_start(command_line, running, folder);
+
     log_open("controller", 0, "controller_debug.log");
     log_info("starting controller, settings: %s", settings_path);
+    if (claim == ControllerClaim::unguarded) log_warn("controller: cannot tell whether another controller runs");
 
     kill_stale();
 
@@ -117,5 +146,6 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE /*previous*/, LPSTR command_lin
     if (unattended) log_info("CLI mode: exit code %d", cli_exit_code);
     log_info("controller exiting");
     log_close();
+    one_controller_release();
     return unattended ? cli_exit_code : quit_code;
 }

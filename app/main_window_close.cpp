@@ -1,4 +1,5 @@
 #include "app/main_window_parts.h"
+#include "app/one_controller.h"
 #include "app/ui_context.h"
 #include "ipc/shared_access.h"
 #include "procs/feed_orchestration.h"
@@ -21,6 +22,7 @@ void main_window_close(UiContext* ui) {
     // The operator and an unattended run may both ask.
     if (ui->closing) return;
     ui->closing = true;
+    one_controller_closing();
 
     const bool aborted = auto_setup_abort_for_close(ui);
     if (!aborted && ui->settings && ui->settings_path[0] != '\0') settings_save(ui->settings, ui->settings_path);
