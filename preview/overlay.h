@@ -12,6 +12,8 @@
 struct RegionRect {
     int32_t x0, y0, x1, y1;
     bool valid;
+
+    bool operator==(const RegionRect&) const = default;
 };
 
 // XORs all three bytes of every pixel inside `motion` and outside `ignore` with `mark`. An ignore rectangle that is

@@ -44,6 +44,10 @@ CombinedSource combined_source(const CombinedInputs& inputs) {
     return {CombinedKind::nothing, 0, 0};
 }
 
+bool needs_drawing(bool has_picture, const PaneContent& drawn, const PaneContent& wanted) {
+    return !has_picture || drawn != wanted;
+}
+
 const char* highlight_button_text(bool on) {
     return on ? "Highlight ON" : "Highlight OFF";
 }

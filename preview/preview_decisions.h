@@ -38,6 +38,34 @@ struct CombinedSource {
 };
 CombinedSource combined_source(const CombinedInputs& inputs);
 
+// Which frame a slot held when it was looked at. A source gives every frame it puts into a slot another number, and
+// whoever works on the frame afterwards leaves a sign in its flags: a slot whose stamp is the same holds the same
+// picture.
+struct FrameStamp {
+    const void* view;  // the mapped ring, null: no frame
+    uint32_t slot;
+    uint32_t motion_flags;
+    int64_t seq;
+    int64_t pts;
+
+    bool operator==(const FrameStamp&) const = default;
+};
+
+// Everything that decides what a pane's bitmap shows.
+struct PaneContent {
+    FrameStamp frame;
+    FrameStamp below;  // of the lower half, where two feeds are stacked
+    int32_t width, height;
+    bool marked;   // motion is marked in it,
+    uint8_t mark;  // with this byte; 0 where not
+    RegionRect motion, ignore;
+
+    bool operator==(const PaneContent&) const = default;
+};
+
+// Whether the bitmap must be filled again to show `wanted`. `has_picture`: it holds what `drawn` says.
+bool needs_drawing(bool has_picture, const PaneContent& drawn, const PaneContent& wanted);
+
 // The toggle buttons. Highlight and shadow show the state they are in, log and circles the click that comes next:
 // operators know them so.
 const char* highlight_button_text(bool on);

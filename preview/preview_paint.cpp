@@ -3,12 +3,12 @@
 #include <windows.h>
 
 #include <cstdio>
-#include <string>
+#include <cstring>
+#include <iterator>
 
 #include "app/commands.h"
 #include "app/log.h"
 #include "app/message_table.h"
-#include "app/utf16.h"
 #include "app/window_class.h"
 #include "preview/jumper_caption.h"
 #include "preview/preview_internal.h"
@@ -28,13 +28,15 @@ static RECT rect_of(const PlaceRect& place) {
     return {place.left, place.top, place.right, place.bottom};
 }
 
-// GDI's own text does not follow the program's code page, so what we draw goes through UTF-16.
+// GDI's own text does not follow the program's code page, so what we draw goes through UTF-16; on the stack, since a
+// caption is drawn sixty times a second. No byte makes more than one unit.
 static void draw_text(HDC dc, int32_t x, int32_t y, const char* text) {
-    const std::wstring wide = utf16_from(text);
-    if (wide.empty()) return;
+    wchar_t wide[kJumperCaptionSize];
+    const int size = static_cast<int>(strnlen(text, std::size(wide)));
+    const int length = MultiByteToWideChar(CP_UTF8, 0, text, size, wide, static_cast<int>(std::size(wide)));
+    if (length <= 0) return;
     RECT rect = {x, y, x, y};
-    DrawTextW(dc, wide.data(), static_cast<int>(wide.size()), &rect,
-              DT_LEFT | DT_TOP | DT_SINGLELINE | DT_NOCLIP | DT_NOPREFIX);
+    DrawTextW(dc, wide, length, &rect, DT_LEFT | DT_TOP | DT_SINGLELINE | DT_NOCLIP | DT_NOPREFIX);
 }
 
 static void fill(HDC dc, const RECT& rect, COLORREF color) {

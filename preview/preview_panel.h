@@ -19,6 +19,7 @@
 #include "preview/frame_convert.h"
 #include "preview/frame_log.h"
 #include "preview/overlay.h"
+#include "preview/preview_decisions.h"
 #include "preview/preview_layout.h"
 #include "preview/preview_thread.h"
 #include "preview/region_editor.h"
@@ -37,11 +38,12 @@ struct PreviewPane {
     RegionRect motion_rect;
     RegionRect ignore_rect;
     int32_t offset;  // overlay_frame_offsets as last seen
-    // Of the frame in the bitmap, feed panes only.
+    // Of the frame that the last refresh found, feed panes only.
     int64_t pts;
     int64_t seq;
     uint32_t motion_flags;
     uint32_t display_type;
+    PaneContent drawn;  // what the bitmap holds, where there is a picture
     BITMAPINFOHEADER header;
     uint8_t pixels[kPaneMaxBytes];
 };

@@ -1,5 +1,5 @@
 // One refresh: counters, slots, bitmaps, marks. The pixels come straight from the shared slots; what is decided is
-// decided in preview_decisions.
+// decided in preview_decisions, also that a bitmap shows its frame already.
 #include <windows.h>
 
 #include "ipc/frame_ring.h"
@@ -35,33 +35,56 @@ static void follow_counters(PreviewPanel* panel, const ControlBlock* control) {
     }
 }
 
+static const FrameSlotHeader* header_at(const void* view, uint64_t offset) {
+    return reinterpret_cast<const FrameSlotHeader*>(static_cast<const uint8_t*>(view) + offset);
+}
+
 static void note_header(PreviewPane* pane, uint32_t slot) {
-    const auto* header =
-        reinterpret_cast<const FrameSlotHeader*>(static_cast<const uint8_t*>(pane->view) + feed_slot_offset(slot));
+    const FrameSlotHeader* header = header_at(pane->view, feed_slot_offset(slot));
     pane->pts = shared_load(header->pts);
     pane->seq = shared_load(header->seq);
     pane->motion_flags = shared_load(header->motion_flags);
     pane->display_type = shared_load(header->display_type);
 }
 
-static void mark_motion(PreviewPanel* panel, const ControlBlock* control, int32_t feed, const PaneBitmap& bitmap) {
-    if (!panel->highlight_on || !panel->settings || !control) return;
+static FrameStamp feed_stamp(const PreviewPanel* panel, int32_t feed) {
+    const PreviewPane& pane = panel->pane[feed];
+    return {pane.view, panel->slot[feed], pane.motion_flags, pane.seq, pane.pts};
+}
+
+static FrameStamp output_stamp(const void* view, uint32_t slot) {
+    const FrameSlotHeader* header = header_at(view, output_slot_offset(slot));
+    return {view, slot, shared_load(header->motion_flags), shared_load(header->seq), shared_load(header->pts)};
+}
+
+static bool is_marked(PreviewPanel* panel, const ControlBlock* control, int32_t feed) {
+    if (!panel->highlight_on || !panel->settings || !control) return false;
     const PreviewPane& pane = panel->pane[feed];
     const uint32_t motion_active = locked_load(panel->sync, kMutexOutput, control->motion_active[feed]);
-    if (!marks_motion(panel->highlight_on, motion_active, pane.motion_flags, pane.motion_rect)) return;
-    overlay_mark_motion(bitmap, pane.motion_rect, pane.ignore_rect,
-                        static_cast<uint8_t>(panel->settings->mark_motion_Y & 0xFF));
+    return marks_motion(panel->highlight_on, motion_active, pane.motion_flags, pane.motion_rect);
+}
+
+static PaneContent feed_content(PreviewPanel* panel, const ControlBlock* control, int32_t feed,
+                                const PaneBitmap& bitmap) {
+    const PreviewPane& pane = panel->pane[feed];
+    const bool marked = is_marked(panel, control, feed);
+    const auto mark = static_cast<uint8_t>(marked ? panel->settings->mark_motion_Y & 0xFF : 0);
+    return {feed_stamp(panel, feed), {}, bitmap.width, bitmap.height, marked, mark, pane.motion_rect,
+            pane.ignore_rect};
 }
 
 static void render_feed(PreviewPanel* panel, const ControlBlock* control, int32_t feed) {
     PreviewPane& pane = panel->pane[feed];
     if (!pane.connected || !pane.view) return;
     const PaneBitmap bitmap = bitmap_of(&pane);
-    convert_slot(feed_slot_picture(pane.view, panel->slot[feed]), bitmap);
     note_header(&pane, panel->slot[feed]);
-    mark_motion(panel, control, feed, bitmap);
+    const PaneContent content = feed_content(panel, control, feed, bitmap);
+    if (!needs_drawing(pane.has_picture, pane.drawn, content)) return;
+    convert_slot(feed_slot_picture(pane.view, panel->slot[feed]), bitmap);
+    if (content.marked) overlay_mark_motion(bitmap, pane.motion_rect, pane.ignore_rect, content.mark);
     overlay_motion_outline(bitmap, pane.motion_rect);
     overlay_ignore_region(bitmap, pane.ignore_rect);
+    pane.drawn = content;
     pane.has_picture = true;
 }
 
@@ -74,24 +97,41 @@ static int32_t follow_output(PreviewPanel* panel, const ControlBlock* control) {
     return index;
 }
 
-static void render_combined(PreviewPanel* panel, const ControlBlock* control) {
-    PreviewPane& combined = panel->pane[kCombinedPane];
-    const PreviewPane& middle = panel->pane[1];
+static CombinedSource find_combined_source(PreviewPanel* panel, const ControlBlock* control) {
     CombinedInputs inputs = {};
     inputs.output_frame_idx = follow_output(panel, control);
-    inputs.output_source = combined.view != nullptr;
-    inputs.display_type = middle.display_type;
+    inputs.output_source = panel->pane[kCombinedPane].view != nullptr;
+    inputs.display_type = panel->pane[1].display_type;
     for (int32_t feed = 0; feed < kFeedCount; ++feed) inputs.feed_connected[feed] = panel->pane[feed].connected;
+    return combined_source(inputs);
+}
 
-    const CombinedSource source = combined_source(inputs);
+static void render_combined(PreviewPanel* panel, const ControlBlock* control) {
+    PreviewPane& combined = panel->pane[kCombinedPane];
+    const CombinedSource source = find_combined_source(panel, control);
+    const bool had_picture = combined.has_picture;
     combined.has_picture = source.kind != CombinedKind::nothing;
+    if (!combined.has_picture) return;
+
+    const PaneBitmap bitmap = bitmap_of(&combined);
+    const int32_t bottom = source.bottom_feed;
+    PaneContent content = {};
+    content.width = bitmap.width;
+    content.height = bitmap.height;
     if (source.kind == CombinedKind::output) {
-        convert_slot(output_slot_picture(combined.view, source.slot), bitmap_of(&combined));
-    } else if (source.kind == CombinedKind::stacked) {
-        const int32_t bottom = source.bottom_feed;
-        convert_stacked(feed_slot_picture(middle.view, panel->slot[1]),
-                        feed_slot_picture(panel->pane[bottom].view, panel->slot[bottom]), bitmap_of(&combined));
+        content.frame = output_stamp(combined.view, source.slot);
+    } else {
+        content.frame = feed_stamp(panel, 1);
+        content.below = feed_stamp(panel, bottom);
     }
+    if (!needs_drawing(had_picture, combined.drawn, content)) return;
+    if (source.kind == CombinedKind::output) {
+        convert_slot(output_slot_picture(combined.view, source.slot), bitmap);
+    } else {
+        convert_stacked(feed_slot_picture(content.frame.view, content.frame.slot),
+                        feed_slot_picture(content.below.view, content.below.slot), bitmap);
+    }
+    combined.drawn = content;
 }
 
 static void render_feeds(PreviewPanel* panel, const ControlBlock* control) {

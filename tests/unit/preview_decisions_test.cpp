@@ -128,3 +128,39 @@ TEST(ToggleTexts, HighlightAndShadowShowTheStateLogAndCirclesTheNextClick) {
     EXPECT_STREQ(shadow_button_text(true), "motion shadow remove currently on");
     EXPECT_STREQ(shadow_button_text(false), "motion shadow remove currently off");
 }
+
+TEST(NeedsDrawing, WhateverChangesThePictureDoes) {
+    const int ring = 0, other_ring = 0;
+    const RegionRect motion = {10, 20, 30, 40, true}, ignore = {1, 2, 3, 4, true};
+    const PaneContent drawn = {
+        {&ring, 5, 1, 1000, 70}, {&ring, 6, 0, 2000, 80}, 640, 180, true, 0x55, motion, ignore};
+    EXPECT_FALSE(needs_drawing(true, drawn, drawn));
+    EXPECT_TRUE(needs_drawing(false, drawn, drawn)) << "nothing in the bitmap yet";
+
+    const struct {
+        const char* name;
+        void (*change)(PaneContent*, const void* other);
+    } cases[] = {
+        {"ring", [](PaneContent* c, const void* other) { c->frame.view = other; }},
+        {"slot", [](PaneContent* c, const void*) { ++c->frame.slot; }},
+        {"sequence number", [](PaneContent* c, const void*) { c->frame.seq += 520; }},
+        {"time stamp", [](PaneContent* c, const void*) { ++c->frame.pts; }},
+        {"flags of the frame", [](PaneContent* c, const void*) { c->frame.motion_flags ^= 2; }},
+        {"ring below", [](PaneContent* c, const void* other) { c->below.view = other; }},
+        {"nothing below", [](PaneContent* c, const void*) { c->below = {}; }},
+        {"slot below", [](PaneContent* c, const void*) { ++c->below.slot; }},
+        {"sequence number below", [](PaneContent* c, const void*) { --c->below.seq; }},
+        {"width", [](PaneContent* c, const void*) { c->width = 639; }},
+        {"height", [](PaneContent* c, const void*) { c->height = 181; }},
+        {"no mark", [](PaneContent* c, const void*) { c->marked = false; }},
+        {"another mark", [](PaneContent* c, const void*) { c->mark = 0x54; }},
+        {"motion region", [](PaneContent* c, const void*) { ++c->motion.x1; }},
+        {"motion region given up", [](PaneContent* c, const void*) { c->motion.valid = false; }},
+        {"ignore region", [](PaneContent* c, const void*) { --c->ignore.y0; }},
+    };
+    for (const auto& c : cases) {
+        PaneContent wanted = drawn;
+        c.change(&wanted, &other_ring);
+        EXPECT_TRUE(needs_drawing(true, drawn, wanted)) << c.name;
+    }
+}
