@@ -36,12 +36,13 @@ int32_t video_writer_open_ffmpeg(VideoWriter* writer, const std::string& ffmpeg,
     uint16_t port = 0;
     const uintptr_t listener = loopback_listen(&port);
     if (listener == kNoSocket) return -1;
-    // ultrafast and a single thread each: three of these run beside everything else.
+    // ultrafast and a single thread each: three of these run beside everything else. Hardly any key frames, because
+    // the picture pulses at each, which detectors take for motion when the recording is played to them.
     writer->process = ffmpeg_start(
         "\"" + ffmpeg + "\" -v error -nostdin -f rawvideo -pix_fmt yuv420p -s 1920x540 -r 60 -i \"tcp://127.0.0.1:" +
         std::to_string(port) + "?recv_buffer_size=" + std::to_string(kBuffer) +
         "\" -an -c:v libx264 -preset ultrafast -threads 1 -crf " + std::to_string(quality) +
-        " -g 60 -pix_fmt yuv420p -r 60 -n \"" + path + "\"");
+        " -g 36000 -pix_fmt yuv420p -r 60 -n \"" + path + "\"");
     if (writer->process != nullptr && wait_for(writer, listener, false))
         writer->socket = accept(listener, nullptr, nullptr);
     closesocket(listener);
