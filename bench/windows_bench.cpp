@@ -338,7 +338,7 @@ static double first_paint_ours(int32_t /*times*/) {
         CreateDirectoryA(made.c_str(), nullptr);
         return made;
     }();
-    const std::string command = "\"" + own_folder() + "\\Orvek.exe\" \"" + folder + "\\settings.txt\"";
+    const std::string command = "\"" + own_folder() + "\\Orvek.exe\" " + folder + "\\settings.txt";
     return time_start(command, "SkiJumpController", kIdPreviewPicture, {300, 100});
 }
 
