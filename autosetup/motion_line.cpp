@@ -20,37 +20,37 @@ static_assert(kLongestUsualLine < kMotionLineBuffer - 1);
 // own, which the processor learns, for line after line is alike.
 #define ORVEK_WALK [[gnu::always_inline]] static inline
 
+// The first and the last bytes of a text, in two words that may overlap.
 template <class Word>
-ORVEK_WALK bool same_word(const char* a, const char* b) {
-    Word x;
-    Word y;
-    memcpy(&x, a, sizeof x);
-    memcpy(&y, b, sizeof y);
-    return x == y;
+ORVEK_WALK bool same_words(const char* a, const char* b, size_t size) {
+    Word words[4];
+    memcpy(&words[0], a, sizeof(Word));
+    memcpy(&words[1], b, sizeof(Word));
+    memcpy(&words[2], a + size - sizeof(Word), sizeof(Word));
+    memcpy(&words[3], b + size - sizeof(Word), sizeof(Word));
+    return words[0] == words[1] && words[2] == words[3];
 }
 
-// In two words that may overlap: memcmp would be called.
+// memcmp would be called for some sizes.
 template <size_t kSize>
 ORVEK_WALK bool walk_text(const char** at, const char (&text)[kSize]) {
     constexpr size_t kLength = kSize - 1;
     static_assert(kLength <= 16 && kLength <= kReadableBeyond);
-    if constexpr (kLength > 8) {
-        if (!same_word<uint64_t>(*at, text) || !same_word<uint64_t>(*at + kLength - 8, text + kLength - 8))
-            return false;
-    } else {
-        if (memcmp(*at, text, kLength) != 0) return false;
-    }
+    using Word = std::conditional_t<
+        (kLength >= 8), uint64_t,
+        std::conditional_t<(kLength >= 4), uint32_t, std::conditional_t<(kLength >= 2), uint16_t, uint8_t>>>;
+    if (!same_words<Word>(*at, text, kLength)) return false;
     *at += kLength;
     return true;
 }
 
 static uint32_t digit_at(const char* at) {
-    return static_cast<uint8_t>(*at - '0');  // beyond 9: no digit
+    return static_cast<uint32_t>(static_cast<uint8_t>(*at)) - '0';  // beyond 9: no digit
 }
 
 // A number as long as it may be. Returns where it ends, null when it is longer or none.
 template <ptrdiff_t kMost, class Number>
-static const char* any_number(const char* at, Number* value) {
+[[gnu::noinline, gnu::cold]] static const char* any_number(const char* at, Number* value) {
     const bool negative = *at == '-';
     const char* const first = at + negative;
     Number sum = 0;
@@ -82,29 +82,29 @@ ORVEK_WALK bool walk_int(const char** at, int32_t* value) {
     return *at != nullptr;
 }
 
-// The first eight digits at once, where a number has so many: neighbours become pairs, pairs fours, fours the number.
-ORVEK_WALK bool eight_digits(const char* at, int64_t* value) {
-    static_assert(std::endian::native == std::endian::little);
-    uint64_t digits;
-    memcpy(&digits, at, sizeof digits);
-    digits -= 0x3030303030303030;
-    if (((digits | (digits + 0x7676767676767676)) & 0x8080808080808080) != 0) return false;
-    digits = digits * 10 + (digits >> 8);
-    digits = (digits & 0x00FF00FF00FF00FF) * 100 + (digits >> 16 & 0x00FF00FF00FF00FF);
-    digits = (digits & 0x0000FFFF0000FFFF) * 10000 + (digits >> 32 & 0x0000FFFF0000FFFF);
-    *value = static_cast<int64_t>(digits & 0xFFFFFFFF);
-    return true;
-}
-
-// Frame numbers and times are long.
+// Frame numbers and times are long: up to eight digits at once. Neighbours become pairs, pairs fours, fours the
+// number; fewer than eight digits move up, so that zeros stand before them.
 ORVEK_WALK bool walk_int64(const char** at, int64_t* value) {
+    static_assert(std::endian::native == std::endian::little);
     const char* const first = *at;
-    int64_t sum = 0;
-    if (!eight_digits(first, &sum)) {
-        *at = any_number<kMostDigits64>(first, value);
-        return *at != nullptr;
-    }
+    uint64_t word;
+    memcpy(&word, first, sizeof word);
+    word -= 0x3030303030303030;
+    const uint64_t others = (word | (word + 0x7676767676767676)) & 0x8080808080808080;
     const char* digit = first + 8;
+    if (others != 0) {
+        const int32_t bits = std::countr_zero(others) - 7;
+        if (bits == 0) {
+            *at = any_number<kMostDigits64>(first, value);
+            return *at != nullptr;
+        }
+        word <<= 64 - bits;
+        digit = first + bits / 8;
+    }
+    word = word * 10 + (word >> 8);
+    word = (word & 0x00FF00FF00FF00FF) * 100 + (word >> 16 & 0x00FF00FF00FF00FF);
+    word = (word & 0x0000FFFF0000FFFF) * 10000 + (word >> 32 & 0x0000FFFF0000FFFF);
+    auto sum = static_cast<int64_t>(word & 0xFFFFFFFF);
     for (; digit_at(digit) <= 9; ++digit) {
         if (digit - first == kMostDigits64) return false;
         sum = sum * 10 + digit_at(digit);
@@ -115,8 +115,9 @@ ORVEK_WALK bool walk_int64(const char** at, int64_t* value) {
 }
 
 ORVEK_WALK bool walk_total(const char** at, int32_t* total) {
-    return walk_int(at, total) && walk_text(at, ",") && walk_int(at, total) && walk_text(at, ",") &&
-           walk_int(at, total) && walk_text(at, ",") && walk_int(at, total);
+    int32_t before = 0;
+    return walk_int(at, &before) && walk_text(at, ",") && walk_int(at, &before) && walk_text(at, ",") &&
+           walk_int(at, &before) && walk_text(at, ",") && walk_int(at, total);
 }
 
 size_t read_usual_line(const char* text, int32_t min_size, bool* is_blob, MotionLine* line) {

@@ -38,12 +38,13 @@ static bool append_blob(AutoSetupWorkspace* workspace, int32_t feed, const Motio
     return true;
 }
 
+// Hardly ever: a branch costs less than storing what is there already.
 static void raise(int32_t* maximum, int32_t value) {
-    *maximum = std::max(*maximum, value);
+    if (value > *maximum) *maximum = value;
 }
 
 static void lower(int32_t* minimum, int32_t value) {
-    *minimum = std::min(*minimum, value);
+    if (value < *minimum) *minimum = value;
 }
 
 static void note_blob(AutoSetupWorkspace* workspace, int32_t feed, const MotionLine& line) {
