@@ -14,7 +14,7 @@
 
 #include "autosetup/byte_scan.h"
 
-inline constexpr size_t kLogBlock = size_t{64} * 1024;
+inline constexpr size_t kLogBlock = size_t{128} * 1024;
 inline constexpr size_t kLongestLineBuffer = 4096;
 inline constexpr size_t kReadableBeyond = 16;
 
@@ -42,7 +42,7 @@ bool log_lines_next(LogLines* lines, size_t buffer_size, std::string_view* piece
 bool log_lines_seek(LogLines* lines, size_t buffer_size, std::string_view text);
 
 // What is in memory of the log from the next piece on, with a NUL and kReadableBeyond bytes in all behind it, and the
-// way over `size` bytes of it, which must be whole lines shorter than the buffer: for whoever recognises a line faster
-// than its end is found.
+// way over `size` bytes of it, which must be whole lines shorter than the buffer: for whoever recognises a line
+// faster than its end is found.
 std::string_view log_lines_ahead(const LogLines& lines);
 void log_lines_pass(LogLines* lines, size_t size);

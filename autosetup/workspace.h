@@ -19,9 +19,9 @@ struct MotionBlob {
     uint32_t size;  // pixels
     int32_t x, y;   // centroid
     int32_t first_y, last_y;
+    float meter;  // what the column shows, 0 without grid lines
     int64_t seq;  // the feed's frame number
     int64_t ts;   // capture time in microseconds, 0 when the log has none
-    float meter;  // what the column shows, 0 without grid lines
 };
 
 // The records of one jumper in a feed's blob array.
