@@ -4,36 +4,67 @@
 #include <cstring>
 
 #include "ipc/frame_ring.h"
+#include "preview/frame_convert_rows.h"
+
+// A picture, or two of one height that are read as one: `second` below `first`.
+namespace {
+struct Source {
+    const SlotPicture* first;
+    const SlotPicture* second;
+};
+}  // namespace
 
 static SlotPicture picture_at(const uint8_t* slot, int32_t height) {
     return {slot + y_plane_offset(), slot + u_plane_offset(height), slot + v_plane_offset(height), height};
 }
 
-static uint8_t clamp_byte(int32_t value) {
-    return static_cast<uint8_t>(std::clamp(value, 0, 255));
+static SourceRow picture_row(const SlotPicture& picture, int32_t row) {
+    const ptrdiff_t chroma = ptrdiff_t{row / 2} * (kFrameWidth / 2);
+    return {picture.y + ptrdiff_t{row} * kFrameWidth, picture.u + chroma, picture.v + chroma};
 }
 
-// Converts picture row `source` (of the picture's own height) into bitmap row `y`.
-static void convert_row_of(const SlotPicture& picture, int32_t source, const ColumnMap& map, const PaneBitmap& bitmap,
-                           int32_t y) {
-    const int32_t chroma = source / 2 * (kFrameWidth / 2);
-    uint8_t* row = pane_row(bitmap, y);
-    convert_row_plain(picture.y + ptrdiff_t{source} * kFrameWidth, picture.u + chroma, picture.v + chroma, &map, row);
-    std::memset(row + ptrdiff_t{bitmap.width} * 3, 0, static_cast<size_t>(bitmap.width & 3));
+// What bitmap row `y` shows.
+static SourceRow sampled_row(const Source& source, int32_t y, int32_t height) {
+    const int32_t first_height = source.first->height;
+    const int32_t row = y * (first_height + (source.second ? source.second->height : 0)) / height;
+    return row < first_height ? picture_row(*source.first, row) : picture_row(*source.second, row - first_height);
 }
 
-void column_map_init(ColumnMap* map, int32_t width) {
-    map->width = width;
-    for (int32_t x = 0; x < width; ++x) map->column[x] = static_cast<uint16_t>(x * kFrameWidth / width);
+// The fast rows convert whole (half) blocks; anything narrower is left to the plain one.
+static ConvertRow row_function(RowsKind kind, int32_t width) {
+    if (kind == RowsKind::avx2 && width >= kBlockPixels) return convert_row_avx2;
+    if (kind != RowsKind::plain && width >= kHalfPixels) return convert_row_sse41;
+    return convert_row_plain;
 }
 
-void convert_row_plain(const uint8_t* y, const uint8_t* u, const uint8_t* v, const ColumnMap* map, uint8_t* bgr) {
-    for (int32_t x = 0; x < map->width; ++x, bgr += 3) {
-        const int32_t column = map->column[x];
-        const int32_t luma = y[column], cb = u[column / 2], cr = v[column / 2];
-        bgr[0] = clamp_byte(luma + (((cb - 128) * 454) >> 8));
-        bgr[1] = clamp_byte(luma - ((cb * 88 - 34688 + cr * 183) >> 8));  // 34688 = 128 * 88 + 128 * 183
-        bgr[2] = clamp_byte(luma + (((cr - 128) * 359) >> 8));
+static void convert(RowsKind kind, const Source& source, const PaneBitmap& bitmap) {
+    const ConvertRow convert_row = row_function(kind, bitmap.width);
+    ColumnPlan plan;
+    column_plan_init(&plan, bitmap.width, convert_row != convert_row_plain);
+    // From the top of the picture down, as the source lies in memory: the processor's own prefetching looks forward.
+    SourceRow row = sampled_row(source, 0, bitmap.height);
+    for (int32_t y = 0; y < bitmap.height; ++y) {
+        const SourceRow next = sampled_row(source, std::min(y + 1, bitmap.height - 1), bitmap.height);
+        uint8_t* bgr = pane_row(bitmap, y);
+        convert_row(row, next, plan, bgr);
+        std::memset(bgr + ptrdiff_t{bitmap.width} * 3, 0, static_cast<size_t>(bitmap.width & 3));
+        row = next;
+    }
+}
+
+static RowsKind best_rows() {
+    if (rows_supported(RowsKind::avx2)) return RowsKind::avx2;
+    return rows_supported(RowsKind::sse41) ? RowsKind::sse41 : RowsKind::plain;
+}
+
+bool rows_supported(RowsKind kind) {
+    switch (kind) {
+        case RowsKind::avx2:
+            return __builtin_cpu_supports("avx2") != 0;
+        case RowsKind::sse41:
+            return __builtin_cpu_supports("sse4.1") != 0;
+        default:
+            return true;
     }
 }
 
@@ -45,23 +76,18 @@ SlotPicture output_slot_picture(const void* view, uint32_t slot) {
     return picture_at(static_cast<const uint8_t*>(view) + output_slot_offset(slot), kOutputHeight);
 }
 
+void convert_slot_by(RowsKind kind, const SlotPicture& picture, const PaneBitmap& bitmap) {
+    convert(kind, {&picture, nullptr}, bitmap);
+}
+
+void convert_stacked_by(RowsKind kind, const SlotPicture& top, const SlotPicture& bottom, const PaneBitmap& bitmap) {
+    convert(kind, {&top, &bottom}, bitmap);
+}
+
 void convert_slot(const SlotPicture& picture, const PaneBitmap& bitmap) {
-    ColumnMap map;
-    column_map_init(&map, bitmap.width);
-    for (int32_t y = bitmap.height - 1; y >= 0; --y) {
-        convert_row_of(picture, y * picture.height / bitmap.height, map, bitmap, y);
-    }
+    convert_slot_by(best_rows(), picture, bitmap);
 }
 
 void convert_stacked(const SlotPicture& top, const SlotPicture& bottom, const PaneBitmap& bitmap) {
-    ColumnMap map;
-    column_map_init(&map, bitmap.width);
-    for (int32_t y = bitmap.height - 1; y >= 0; --y) {
-        const int32_t source = y * (top.height + bottom.height) / bitmap.height;
-        if (source < top.height) {
-            convert_row_of(top, source, map, bitmap, y);
-        } else {
-            convert_row_of(bottom, source - top.height, map, bitmap, y);
-        }
-    }
+    convert_stacked_by(best_rows(), top, bottom, bitmap);
 }

@@ -1,8 +1,8 @@
 // Frame slots to small 24-bit bitmaps. A pane needs at most 640 x 360 of a frame's pixels, so nothing is copied: the
 // samples are taken straight from the shared ring, nearest neighbour, and turned into blue, green and red on the way.
 //
-// One row function does the arithmetic of a row; the frame functions around it own source rows, columns and strides.
-// A faster row function may join beside the plain one, which stays as the reference it must equal byte for byte.
+// The arithmetic of a row is done by a row function, the fastest that the machine has the instructions for; the frame
+// functions around it own source rows, columns and strides. See frame_convert_rows.h.
 #pragma once
 
 #include <cstddef>
@@ -47,15 +47,3 @@ void convert_slot(const SlotPicture& picture, const PaneBitmap& bitmap);
 
 // The same from two feed pictures, `top` over `bottom`, taken as one picture of 1920 x 1080.
 void convert_stacked(const SlotPicture& top, const SlotPicture& bottom, const PaneBitmap& bitmap);
-
-// Source column of every target column of one width: the divisions of a whole picture, done once.
-struct ColumnMap {
-    int32_t width;
-    uint16_t column[kPaneMaxWidth];
-};
-void column_map_init(ColumnMap* map, int32_t width);
-
-// One row: `map->width` pixels as B, G, R from the rows of the three planes. Writes exactly 3 * width bytes and reads
-// nothing behind the last sample.
-using ConvertRow = void (*)(const uint8_t* y, const uint8_t* u, const uint8_t* v, const ColumnMap* map, uint8_t* bgr);
-void convert_row_plain(const uint8_t* y, const uint8_t* u, const uint8_t* v, const ColumnMap* map, uint8_t* bgr);

@@ -137,27 +137,6 @@ TEST(FrameConvert, StackedPairReadsAsOnePictureOfDoubleHeight) {
     }
 }
 
-TEST(FrameConvert, EveryLumaAndChromaConvertsByTheFormula) {
-    // 256 x 256 chroma pairs, one pair per row and column of a row; luma in steps that meet both clamps.
-    std::vector<uint8_t> y(1920), u(960), v(960);
-    ColumnMap map;
-    column_map_init(&map, 480);  // samples every fourth luma and every second chroma
-    std::vector<uint8_t> row(480 * 3);
-    for (int32_t luma = 0; luma < 256; luma += 15) {
-        std::fill(y.begin(), y.end(), static_cast<uint8_t>(luma));
-        for (int32_t cb = 0; cb < 256; ++cb) {
-            std::fill(u.begin(), u.end(), static_cast<uint8_t>(cb));
-            for (int32_t i = 0; i < 960; ++i) v[i] = static_cast<uint8_t>(i / 2 % 256);
-            convert_row_plain(y.data(), u.data(), v.data(), &map, row.data());
-            for (int32_t x = 0; x < 256; ++x) {
-                ASSERT_EQ(int32_t{row[3 * x]}, limit(luma + floor_256(454 * (cb - 128))));
-                ASSERT_EQ(int32_t{row[3 * x + 1]}, limit(luma - floor_256(88 * (cb - 128) + 183 * (x - 128))));
-                ASSERT_EQ(int32_t{row[3 * x + 2]}, limit(luma + floor_256(359 * (x - 128))));
-            }
-        }
-    }
-}
-
 TEST(FrameConvert, NeutralChromaGivesThreeTimesTheLuma) {
     for (const int32_t luma : {0, 1, 127, 128, 254, 255}) {
         const Planes planes = flat_planes(static_cast<uint8_t>(luma), 128, 128);
