@@ -99,41 +99,78 @@ static_assert(count_of(SETTING_INT) == 183 && count_of(SETTING_FLOAT) == 11 && c
 static_assert(count_of(SETTING_PAIR) == 180 && count_of(SETTING_SEPARATOR) == 38);
 
 // Keys are found through a table of hashes with open addressing, less than half full.
-constexpr uint32_t kBuckets = 1024;
+constexpr uint32_t kBucketBits = 10;
+constexpr uint32_t kBuckets = 1u << kBucketBits;
 constexpr int16_t kEmptyBucket = -1;
 
+struct KeyBucket {
+    int16_t row = kEmptyBucket;
+    uint16_t length = 0;  // of the row's key
+};
+
 struct KeyIndex {
-    std::array<int16_t, kBuckets> row;
+    std::array<KeyBucket, kBuckets> buckets;
     bool keys_are_unique;
 };
 
+// Written out, so that it works at compile time; the compiler makes one load of it.
+constexpr uint64_t eight_bytes(const char* at) {
+    uint64_t bytes = 0;
+    for (uint32_t i = 0; i < 8; ++i) bytes |= uint64_t{static_cast<uint8_t>(at[i])} << (8 * i);
+    return bytes;
+}
+
+// Families of keys share their beginnings and differ in their ends or the other way round; first and last eight bytes
+// tell nearly all of them apart, and looking at no more makes the hash cheap however long a key is.
 constexpr uint32_t bucket_of(std::string_view key) {
-    uint32_t hash = 2166136261u;  // FNV-1a
-    for (const char c : key) hash = (hash ^ static_cast<uint8_t>(c)) * 16777619u;
-    return hash % kBuckets;
+    uint64_t first = 0;
+    uint64_t last = 0;
+    if (key.size() >= 8) {
+        first = eight_bytes(key.data());
+        last = eight_bytes(key.data() + key.size() - 8);
+    } else {
+        for (const char c : key) first = first << 8 | static_cast<uint8_t>(c);
+    }
+    const uint64_t hash = (first * 0x9E3779B97F4A7C15u ^ (last + key.size())) * 0xD6E8FEB86659FD93u;
+    return static_cast<uint32_t>(hash >> (64 - kBucketBits));
+}
+
+constexpr bool is_key_of(std::string_view key, KeyBucket bucket) {
+    return key.size() == bucket.length && key == std::string_view(kRows[bucket.row].key, bucket.length);
 }
 
 constexpr KeyIndex index_keys() {
     KeyIndex index{{}, true};
-    index.row.fill(kEmptyBucket);
     for (int32_t row = 0; row < kSettingRowCount; ++row) {
         if (kRows[row].type == SETTING_SEPARATOR) continue;
         const std::string_view key = kRows[row].key;
-        uint32_t bucket = bucket_of(key);
-        while (index.row[bucket] != kEmptyBucket) {
-            if (key == kRows[index.row[bucket]].key) index.keys_are_unique = false;
-            bucket = (bucket + 1) % kBuckets;
-        }
-        index.row[bucket] = static_cast<int16_t>(row);
+        uint32_t at = bucket_of(key);
+        for (; index.buckets[at].row != kEmptyBucket; at = (at + 1) % kBuckets)
+            if (is_key_of(key, index.buckets[at])) index.keys_are_unique = false;
+        index.buckets[at] = {static_cast<int16_t>(row), static_cast<uint16_t>(key.size())};
     }
     return index;
 }
 constexpr KeyIndex kKeyIndex = index_keys();
 static_assert(kKeyIndex.keys_are_unique);
 
+constexpr std::array<std::string_view, kSettingRowCount> all_keys() {
+    std::array<std::string_view, kSettingRowCount> keys{};
+    for (int32_t row = 0; row < kSettingRowCount; ++row) keys[row] = kRows[row].key;
+    return keys;
+}
+constexpr std::array<std::string_view, kSettingRowCount> kKeys = all_keys();
+
+constexpr bool keys_fit() {
+    for (const std::string_view key : kKeys)
+        if (key.size() >= kSettingKeySize) return false;
+    return true;
+}
+static_assert(keys_fit());
+
 constexpr int32_t find_row(std::string_view key) {
-    for (uint32_t bucket = bucket_of(key); kKeyIndex.row[bucket] != kEmptyBucket; bucket = (bucket + 1) % kBuckets)
-        if (key == kRows[kKeyIndex.row[bucket]].key) return kKeyIndex.row[bucket];
+    for (uint32_t at = bucket_of(key); kKeyIndex.buckets[at].row != kEmptyBucket; at = (at + 1) % kBuckets)
+        if (is_key_of(key, kKeyIndex.buckets[at])) return kKeyIndex.buckets[at].row;
     return -1;
 }
 
@@ -185,6 +222,10 @@ const std::array<const char*, kSettingCategoryCount + 1> kSettingCategories = kC
 
 int32_t setting_row_find(std::string_view key) {
     return find_row(key);
+}
+
+std::string_view setting_row_key(int32_t row) {
+    return kKeys[row];
 }
 
 bool setting_row_is_saved(int32_t row) {

@@ -25,6 +25,7 @@ struct SettingDescriptor {
 
 inline constexpr int32_t kSettingRowCount = 426;   // without the terminating row
 inline constexpr int32_t kSettingInfoCount = 388;  // rows that are not separators
+inline constexpr int32_t kSettingKeySize = 64;     // no key is as long
 inline constexpr int32_t kSettingNotSavedCount = 17;
 inline constexpr int32_t kSettingCategoryCount = 15;
 
@@ -39,6 +40,9 @@ extern const std::array<const char*, kSettingCategoryCount + 1> kSettingCategori
 
 // The row of a key, compared byte for byte; -1 when no setting has it (separators have none).
 int32_t setting_row_find(std::string_view key);
+
+// The row's key; "" for a separator. `row` in 0..kSettingRowCount-1.
+std::string_view setting_row_key(int32_t row);
 
 // Whether the writer writes this row: false for the keys of kSettingsNotSaved. `row` in 0..kSettingRowCount-1.
 bool setting_row_is_saved(int32_t row);

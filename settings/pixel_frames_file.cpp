@@ -1,11 +1,12 @@
 #include "settings/pixel_frames_file.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
 #include "app/log.h"
 #include "settings/text_numbers.h"
+#include "settings/text_numbers_out.h"
 #include "settings/text_pieces.h"
 
 namespace {
@@ -62,19 +63,70 @@ static bool scan_entry(std::string_view line, Entry* entry) {
     return scan_literal(&text, ",") && scan_int(&text, &entry->to_end);
 }
 
-static void apply_line(void* context, std::string_view line) {
-    auto* state = static_cast<ParseState*>(context);
+static bool put_entry(Settings* settings, const Entry& entry) {
+    if (entry.feed < 0 || entry.feed >= kSettingsFeeds || entry.x < 0 || entry.x >= kPixelColumns) return false;
+    settings->pixel_to_start[entry.feed][entry.x] = entry.to_start;
+    settings->pixel_to_scene[entry.feed][entry.x] = entry.to_scene;
+    settings->pixel_to_end[entry.feed][entry.x] = entry.to_end;
+    settings->pixel_frames_populated[entry.feed] = 1;
+    return true;
+}
+
+static bool apply_line(Settings* settings, std::string_view line) {
     Entry entry{};
     const size_t first = line.find_first_not_of(" \t");
     // A stray CR is a line end, although the pattern would skip it as white space. Comments do not match the pattern.
-    if (first == std::string_view::npos || line[first] == '\r' || line[first] == '\n') return;
-    if (!scan_entry(line, &entry)) return;
-    if (entry.feed < 0 || entry.feed >= kSettingsFeeds || entry.x < 0 || entry.x >= kPixelColumns) return;
-    state->settings->pixel_to_start[entry.feed][entry.x] = entry.to_start;
-    state->settings->pixel_to_scene[entry.feed][entry.x] = entry.to_scene;
-    state->settings->pixel_to_end[entry.feed][entry.x] = entry.to_end;
-    state->settings->pixel_frames_populated[entry.feed] = 1;
-    ++state->accepted;
+    if (first == std::string_view::npos || line[first] == '\r' || line[first] == '\n') return false;
+    return scan_entry(line, &entry) && put_entry(settings, entry);
+}
+
+// A number of up to nine digits; null when it is another.
+static const char* written_int(const char* at, int32_t* value) {
+    const bool negative = *at == '-';
+    at += negative ? 1 : 0;
+    const char* const first_digit = at;
+    int32_t magnitude = 0;
+    for (; static_cast<uint8_t>(*at - '0') <= 9 && at - first_digit < 9; ++at)
+        magnitude = magnitude * 10 + (*at - '0');
+    *value = negative ? -magnitude : magnitude;
+    return at == first_digit ? nullptr : at;
+}
+
+template <size_t size>
+static const char* written_text(const char* at, const char (&text)[size]) {
+    return memcmp(at, text, size - 1) == 0 ? at + size - 1 : nullptr;
+}
+
+// A line just as we write it, with the longest entry's room in memory: nothing can end early, so that it is read
+// without asking at each character. Returns the line's length, or 0 when it is anything else.
+static size_t scan_written_entry(const char* line, Entry* entry) {
+    const char* at = written_text(line, "pixel_frames[");
+    if (!at || !(at = written_int(at, &entry->feed))) return 0;
+    if (!(at = written_text(at, "][")) || !(at = written_int(at, &entry->x))) return 0;
+    if (!(at = written_text(at, "] = ")) || !(at = written_int(at, &entry->to_start))) return 0;
+    if (!(at = written_text(at, ", ")) || !(at = written_int(at, &entry->to_scene))) return 0;
+    if (!(at = written_text(at, ", ")) || !(at = written_int(at, &entry->to_end))) return 0;
+    return *at == '\n' ? static_cast<size_t>(at + 1 - line) : 0;
+}
+
+static size_t apply_lines(void* context, std::string_view text, bool at_end) {
+    auto* const state = static_cast<ParseState*>(context);
+    size_t used = 0;
+    while (used < text.size()) {
+        const std::string_view rest = text.substr(used);
+        Entry entry;
+        size_t length = rest.size() < kLongestEntry ? 0 : scan_written_entry(rest.data(), &entry);
+        if (length > 0) {
+            state->accepted += put_entry(state->settings, entry) ? 1 : 0;
+        } else {
+            std::string_view piece;
+            length = next_piece(rest, kLineBuffer, at_end, &piece);
+            if (length == 0) break;
+            state->accepted += apply_line(state->settings, piece) ? 1 : 0;
+        }
+        used += length;
+    }
+    return used;
 }
 
 static void clear_populated(Settings* settings) {
@@ -84,7 +136,7 @@ static void clear_populated(Settings* settings) {
 int32_t pixel_frames_parse(Settings* settings, const char* text, size_t size) {
     clear_populated(settings);
     ParseState state{settings, 0};
-    for_each_piece({text, size}, kLineBuffer, apply_line, &state);
+    apply_lines(&state, {text, size}, true);
     return state.accepted;
 }
 
@@ -96,7 +148,7 @@ int32_t settings_load_pixel_frames(Settings* settings, const char* settings_path
     if (!file) return 0;
     clear_populated(settings);
     ParseState state{settings, 0};
-    for_each_piece_of_file(file, kLineBuffer, apply_line, &state);
+    for_each_block_of_file(file, apply_lines, &state);
     fclose(file);
     const int32_t* populated = settings->pixel_frames_populated;
     log_info("settings: loaded pixel_frames from '%s' (%d entries; populated: %d/%d/%d)", path, state.accepted,
@@ -104,25 +156,27 @@ int32_t settings_load_pixel_frames(Settings* settings, const char* settings_path
     return 0;
 }
 
-// A character buffer with room to spare, filled from the left.
-static char* put(char* out, std::string_view text) {
-    memcpy(out, text.data(), text.size());
-    return out + text.size();
+static char* put_entry_text(char* out, std::string_view beginning, const Settings* settings, int32_t feed,
+                            int32_t x) {
+    out = put_int(put_text(out, beginning), x);
+    out = put_int(put_text(out, "] = "), settings->pixel_to_start[feed][x]);
+    out = put_int(put_text(out, ", "), settings->pixel_to_scene[feed][x]);
+    out = put_int(put_text(out, ", "), settings->pixel_to_end[feed][x]);
+    return put_text(out, "\n");
 }
 
-static char* put(char* out, int32_t value) {
-    return std::to_chars(out, out + 11, value).ptr;
-}
-
-static void append_entry(std::string* text, const Settings* settings, int32_t feed, int32_t x) {
-    char line[kLongestEntry];
-    char* out = put(put(line, "pixel_frames["), feed);
-    out = put(put(out, "]["), x);
-    out = put(put(out, "] = "), settings->pixel_to_start[feed][x]);
-    out = put(put(out, ", "), settings->pixel_to_scene[feed][x]);
-    out = put(put(out, ", "), settings->pixel_to_end[feed][x]);
-    out = put(out, "\n");
-    text->append(line, out);
+// The lines of a feed, through a buffer that is small enough to stay in the nearest cache.
+static void append_entries(std::string* text, const Settings* settings, int32_t feed) {
+    constexpr int32_t kLinesAtOnce = 64;
+    char lines[kLinesAtOnce * kLongestEntry];
+    char beginning[] = "pixel_frames[0][";
+    beginning[std::string_view(beginning).find('0')] = static_cast<char>('0' + feed);
+    for (int32_t x = 0; x < kPixelColumns; x += kLinesAtOnce) {
+        char* out = lines;
+        for (int32_t i = x; i < std::min(x + kLinesAtOnce, kPixelColumns); ++i)
+            out = put_entry_text(out, {beginning, sizeof beginning - 1}, settings, feed, i);
+        text->append(lines, out);
+    }
 }
 
 void pixel_frames_format(const Settings* settings, std::string* text) {
@@ -137,7 +191,7 @@ void pixel_frames_format(const Settings* settings, std::string* text) {
     for (int32_t feed = 0; feed < kSettingsFeeds; ++feed) {
         snprintf(line, sizeof line, "# --- feed %d ---\n", feed);
         text->append(line);
-        for (int32_t x = 0; x < kPixelColumns; ++x) append_entry(text, settings, feed, x);
+        append_entries(text, settings, feed);
         text->push_back('\n');
     }
 }

@@ -9,6 +9,7 @@
 #include "settings/pixel_frames_file.h"
 #include "settings/settings_line.h"
 #include "settings/settings_values.h"
+#include "settings/text_numbers_out.h"
 #include "settings/text_pieces.h"
 
 namespace {
@@ -111,20 +112,19 @@ int32_t settings_load(Settings* settings, const char* path) {
 }
 
 void settings_format(const Settings* settings, std::string* text) {
+    text->reserve(text->size() + kSettingsTextGuess);
     for (int32_t row = 0; row < kSettingRowCount; ++row) {
         if (!setting_row_is_saved(row)) continue;
-        if (kSettingTable[row].type != SETTING_SEPARATOR) {
-            text->append(kSettingTable[row].key);
-            text->push_back('=');
-            format_setting_value(settings, row, text);
-        }
-        text->push_back('\n');
+        char line[kSettingKeySize + kSettingValueRoom + 2];
+        char* out = line;
+        if (kSettingTable[row].type != SETTING_SEPARATOR)
+            out = put_setting_value(put_text(put_text(out, setting_row_key(row)), "="), settings, row);
+        text->append(line, put_text(out, "\n"));
     }
 }
 
 int32_t settings_write_keys(AtomicFile* file, const Settings* settings) {
     std::string text;
-    text.reserve(kSettingsTextGuess);
     settings_format(settings, &text);
     atomic_file_write(file, text);
     return 0;

@@ -1,12 +1,11 @@
 #include "settings/settings_line.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cstdio>
 #include <cstring>
 
 #include "settings/descriptor_table.h"
 #include "settings/text_numbers.h"
+#include "settings/text_numbers_out.h"
 
 namespace {
 constexpr std::string_view kPixelFramesKey = "pixel_frames[";
@@ -127,40 +126,28 @@ SettingsLine apply_settings_line(Settings* settings, std::string_view line) {
     return result;
 }
 
-void append_int(std::string* text, int32_t value) {
-    char digits[16];
-    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    text->append(digits, end);
-}
-
-static void append_float(std::string* text, float value) {
-    char digits[64];  // "%f" of the largest float has 46 characters
-    const int length = snprintf(digits, sizeof digits, "%f", static_cast<double>(value));
-    text->append(digits, static_cast<size_t>(length));
-}
-
-void format_setting_value(const Settings* settings, int32_t row, std::string* text) {
+char* put_setting_value(char* out, const Settings* settings, int32_t row) {
     const void* const field = reinterpret_cast<const char*>(settings) + kSettingTable[row].offset;
     switch (kSettingTable[row].type) {
         case SETTING_INT:
-            append_int(text, *static_cast<const int32_t*>(field));
-            break;
+            return put_int(out, *static_cast<const int32_t*>(field));
         case SETTING_FLOAT:
-            append_float(text, *static_cast<const float*>(field));
-            break;
+            return put_float(out, *static_cast<const float*>(field));
         case SETTING_STRING: {
             const auto* const characters = static_cast<const char*>(field);
-            text->append(characters, strnlen(characters, kSettingTextSize - 1));
-            break;
+            return put_text(out, {characters, strnlen(characters, kSettingTextSize - 1)});
         }
         case SETTING_PAIR: {
             const auto* anchor = static_cast<const GridLine*>(field);
-            append_int(text, anchor->x);
-            text->push_back(',');
-            append_int(text, anchor->y);
-            break;
+            return put_int(put_text(put_int(out, anchor->x), ","), anchor->y);
         }
         case SETTING_SEPARATOR:
             break;
     }
+    return out;
+}
+
+void format_setting_value(const Settings* settings, int32_t row, std::string* text) {
+    char value[kSettingValueRoom];
+    text->append(value, put_setting_value(value, settings, row));
 }

@@ -40,5 +40,6 @@ SettingsLine apply_settings_line(Settings* settings, std::string_view line);
 // Appends the value of a table row as settings.txt writes it; nothing for a separator.
 void format_setting_value(const Settings* settings, int32_t row, std::string* text);
 
-// Appends a decimal number.
-void append_int(std::string* text, int32_t value);
+// The same into a buffer with this much room; returns the value's end.
+inline constexpr size_t kSettingValueRoom = 256;
+char* put_setting_value(char* out, const Settings* settings, int32_t row);

@@ -32,6 +32,13 @@ size_t text_cut(std::string_view text, size_t max) {
     return static_cast<uint8_t>(text[lead]) >= 0xC2 ? lead : max;
 }
 
+size_t next_piece(std::string_view text, size_t buffer_size, bool at_end, std::string_view* piece) {
+    const std::string_view whole = text.substr(0, piece_length(text, buffer_size));
+    if (!at_end && whole.back() != '\n' && whole.size() < buffer_size - 1) return 0;
+    *piece = piece_text(whole);
+    return whole.size();
+}
+
 // Uses the pieces of `text` and returns the length of what was used. Unless the text is at its end, a last piece that
 // may go on in the next chunk is left.
 static size_t use_pieces(std::string_view text, size_t buffer_size, bool at_end, PieceFunction use, void* context) {
@@ -50,7 +57,7 @@ void for_each_piece(std::string_view text, size_t buffer_size, PieceFunction use
     use_pieces(text, buffer_size, true, use, context);
 }
 
-void for_each_piece_of_file(FILE* file, size_t buffer_size, PieceFunction use, void* context) {
+void for_each_block_of_file(FILE* file, BlockFunction use, void* context) {
     std::vector<char> chunk(kChunkSize);
     size_t held = 0;
     bool at_end = false;
@@ -58,8 +65,28 @@ void for_each_piece_of_file(FILE* file, size_t buffer_size, PieceFunction use, v
         const size_t got = fread(chunk.data() + held, 1, chunk.size() - held, file);
         at_end = got == 0;
         held += got;
-        const size_t used = use_pieces({chunk.data(), held}, buffer_size, at_end, use, context);
+        const size_t used = use(context, {chunk.data(), held}, at_end);
         held -= used;
         memmove(chunk.data(), chunk.data() + used, held);
     }
+}
+
+namespace {
+
+struct PieceUser {
+    size_t buffer_size;
+    PieceFunction use;
+    void* context;
+};
+
+}  // namespace
+
+static size_t use_block(void* context, std::string_view block, bool at_end) {
+    const auto* user = static_cast<const PieceUser*>(context);
+    return use_pieces(block, user->buffer_size, at_end, user->use, user->context);
+}
+
+void for_each_piece_of_file(FILE* file, size_t buffer_size, PieceFunction use, void* context) {
+    PieceUser user{buffer_size, use, context};
+    for_each_block_of_file(file, use_block, &user);
 }
