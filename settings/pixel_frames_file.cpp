@@ -80,16 +80,23 @@ static bool apply_line(Settings* settings, std::string_view line) {
     return scan_entry(line, &entry) && put_entry(settings, entry);
 }
 
-// A number of up to nine digits; null when it is another.
-static const char* written_int(const char* at, int32_t* value) {
+// A number of one to four digits, told apart by jumps that nearly always go as they did a line before; null when it
+// is another.
+static inline const char* written_int(const char* at, int32_t* value) {
     const bool negative = *at == '-';
     at += negative ? 1 : 0;
-    const char* const first_digit = at;
     int32_t magnitude = 0;
-    for (; static_cast<uint8_t>(*at - '0') <= 9 && at - first_digit < 9; ++at)
-        magnitude = magnitude * 10 + (*at - '0');
+    const auto take_digit = [&at, &magnitude] {
+        const auto digit = static_cast<uint8_t>(*at - '0');
+        if (digit > 9) return false;
+        magnitude = magnitude * 10 + digit;
+        ++at;
+        return true;
+    };
+    if (!take_digit()) return nullptr;
+    static_cast<void>(take_digit() && take_digit() && take_digit());
     *value = negative ? -magnitude : magnitude;
-    return at == first_digit ? nullptr : at;
+    return at;
 }
 
 template <size_t size>

@@ -1,5 +1,5 @@
-// Any text as pixel_frames.txt: the reader must survive it, agree with itself about the flags, and read back what is
-// written from the tables.
+// Any text as pixel_frames.txt: the reader must take from it what the plain reader takes, agree with itself about the
+// flags, and read back what is written from the tables, which must be what the plain writer writes.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -8,6 +8,7 @@
 
 #include "settings/pixel_frames_file.h"
 #include "settings/settings_values.h"
+#include "tests/support/plain_settings.h"
 
 static void require(bool condition) {
     if (!condition) abort();
@@ -18,6 +19,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const auto second = std::make_unique<Settings>();
     settings_init_defaults(first.get());
     const int32_t accepted = pixel_frames_parse(first.get(), reinterpret_cast<const char*>(data), size);
+    settings_init_defaults(second.get());
+    require(plain_pixel_frames_parse(second.get(), {reinterpret_cast<const char*>(data), size}) == accepted);
+    require(memcmp(first.get(), second.get(), sizeof *first) == 0);
     bool any = false;
     for (const int32_t flag : first->pixel_frames_populated) {
         require(flag == 0 || flag == 1);
@@ -28,6 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (accepted == 0) return 0;
     std::string written;
     pixel_frames_format(first.get(), &written);
+    require(written == plain_pixel_frames_format(first.get()));
     settings_init_defaults(second.get());
     require(pixel_frames_parse(second.get(), written.data(), written.size()) == 3 * kPixelColumns);
     require(memcmp(first->pixel_to_start, second->pixel_to_start, sizeof first->pixel_to_start) == 0);
