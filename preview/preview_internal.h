@@ -10,6 +10,8 @@ inline constexpr char kPreviewWindowClass[] = "SkiJumpPreview";
 void preview_window_create(PreviewPanel* panel);
 void preview_window_destroy(PreviewPanel* panel);
 void preview_repaint(PreviewPanel* panel);
+// The same after a refresh, which changes the panes and the caption alone: what lies beside them is left as it is.
+void preview_repaint_pictures(PreviewPanel* panel);
 
 // preview_refresh.cpp: fills all pane bitmaps from the newest frames.
 void preview_render(PreviewPanel* panel);

@@ -67,13 +67,20 @@ static void draw_pane(const PreviewPanel* panel, HDC dc, int32_t index) {
                   pane.header.biHeight, pane.pixels, &info, DIB_RGB_COLORS, SRCCOPY);
 }
 
-static void draw_caption(const PreviewPanel* panel, HDC dc) {
+// The caption to show now, "" for none.
+static void find_caption(const PreviewPanel* panel, char (&caption)[kJumperCaptionSize]) {
     int32_t bib = 0;
     const char* name = nullptr;
     const char* club = nullptr;
-    if (!panel->current_jumper || !panel->current_jumper(panel->jumpers_context, &bib, &name, &club)) return;
+    caption[0] = '\0';
+    if (panel->current_jumper && panel->current_jumper(panel->jumpers_context, &bib, &name, &club))
+        format_jumper_caption(caption, bib, name, club);
+}
+
+static void draw_caption(const PreviewPanel* panel, HDC dc) {
     char caption[kJumperCaptionSize];
-    format_jumper_caption(caption, bib, name, club);
+    find_caption(panel, caption);
+    if (caption[0] == '\0') return;
     const PlaceRect& pane = panel->places.pane[kCombinedPane].screen;
     const HGDIOBJ previous = SelectObject(dc, panel->caption_font);
     SetBkMode(dc, OPAQUE);
@@ -95,8 +102,8 @@ static void draw_divider(const PreviewPanel* panel, HDC dc) {
     DeleteObject(brush);
 }
 
-static void draw_all(const PreviewPanel* panel, HDC dc, const RECT& client) {
-    FillRect(dc, &client, GetSysColorBrush(COLOR_BTNFACE));
+static void draw_all(const PreviewPanel* panel, HDC dc, const RECT& cleared) {
+    FillRect(dc, &cleared, GetSysColorBrush(COLOR_BTNFACE));
     SetStretchBltMode(dc, COLORONCOLOR);
     for (int32_t pane = 0; pane < kPaneCount; ++pane) draw_pane(panel, dc, pane);
     draw_caption(panel, dc);
@@ -114,8 +121,9 @@ static void release_back_buffer(PreviewPanel* panel) {
     panel->back_previous = nullptr;
 }
 
-// Keeps an off-screen picture of the window's size. False when there is none to be had.
-static bool ensure_back_buffer(PreviewPanel* panel, HDC screen, const RECT& client) {
+// Keeps an off-screen picture of the window's size. False when there is none to be had. A new one has nothing in it:
+// then `dirty` grows to all of it.
+static bool ensure_back_buffer(PreviewPanel* panel, HDC screen, const RECT& client, RECT* dirty) {
     const SIZE size = {client.right, client.bottom};
     if (panel->back_dc && panel->back_size.cx == size.cx && panel->back_size.cy == size.cy) return true;
     release_back_buffer(panel);
@@ -128,6 +136,7 @@ static bool ensure_back_buffer(PreviewPanel* panel, HDC screen, const RECT& clie
     }
     panel->back_previous = SelectObject(panel->back_dc, panel->back_bitmap);
     panel->back_size = size;
+    *dirty = client;
     return true;
 }
 
@@ -136,9 +145,9 @@ static bool on_paint(PreviewPanel* panel, WPARAM, LPARAM, LRESULT*) {
     const HDC screen = BeginPaint(panel->window, &paint);
     RECT client;
     GetClientRect(panel->window, &client);
-    if (client.right > 0 && client.bottom > 0 && ensure_back_buffer(panel, screen, client)) {
-        draw_all(panel, panel->back_dc, client);
-        const RECT& dirty = paint.rcPaint;
+    RECT dirty = paint.rcPaint;
+    if (client.right > 0 && client.bottom > 0 && ensure_back_buffer(panel, screen, client, &dirty)) {
+        draw_all(panel, panel->back_dc, dirty);
         BitBlt(screen, dirty.left, dirty.top, dirty.right - dirty.left, dirty.bottom - dirty.top, panel->back_dc,
                dirty.left, dirty.top, SRCCOPY);
     }
@@ -235,5 +244,20 @@ void preview_window_destroy(PreviewPanel* panel) {
 void preview_repaint(PreviewPanel* panel) {
     if (!panel->window) return;
     InvalidateRect(panel->window, nullptr, FALSE);
+    UpdateWindow(panel->window);
+}
+
+void preview_repaint_pictures(PreviewPanel* panel) {
+    if (!panel->window) return;
+    char caption[kJumperCaptionSize];
+    find_caption(panel, caption);
+    if (strcmp(caption, panel->caption) != 0) {
+        memcpy(panel->caption, caption, sizeof caption);  // a long one reaches beyond the panes
+        return preview_repaint(panel);
+    }
+    RECT panes = {};
+    GetClientRect(panel->window, &panes);
+    panes.right = panel->places.divider_bar.left;
+    InvalidateRect(panel->window, &panes, FALSE);
     UpdateWindow(panel->window);
 }

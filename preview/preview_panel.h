@@ -18,6 +18,7 @@
 #include "ipc/sync_set.h"
 #include "preview/frame_convert.h"
 #include "preview/frame_log.h"
+#include "preview/jumper_caption.h"
 #include "preview/overlay.h"
 #include "preview/preview_decisions.h"
 #include "preview/preview_layout.h"
@@ -101,6 +102,7 @@ struct PreviewPanel {
     int32_t offset_feed;  // whose overlay offset the wheel adjusts, or -1
 
     HFONT caption_font;
+    char caption[kJumperCaptionSize];  // as the last refresh found it
     HDC back_dc;
     HBITMAP back_bitmap;
     HGDIOBJ back_previous;

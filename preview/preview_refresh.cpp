@@ -158,7 +158,7 @@ void preview_refresh(PreviewPanel* panel) {
     preview_write_frame_log(panel);
     render_combined(panel, control);
     if (panel->refresh_jumpers) panel->refresh_jumpers(panel->jumpers_context);
-    preview_repaint(panel);
+    preview_repaint_pictures(panel);
 }
 
 void preview_reconnect(PreviewPanel* panel) {

@@ -312,6 +312,36 @@ TEST(Preview, PaintsTheFeedAndTheJumpersCaption) {
     EXPECT_EQ(rig.painted(left - 2, top + 5), grey(32)) << "the caption begins at its place";
 }
 
+TEST(Preview, ACaptionThatReachesBeyondThePanesIsTakenBackWhole) {
+    static const char* current = "";
+    current = "Maximilian Alexander Freiherr von und zu Obersdorf-Unterschneidheim";
+    PreviewRig rig;
+    rig.create();
+    rig.panel->current_jumper = [](void*, int32_t* bib, const char** name, const char** club) {
+        *bib = 7, *name = current, *club = "Skiclub Klingenthal";
+        return true;
+    };
+    preview_set_divider(rig.panel.get(), 400);
+    rig.show();
+    preview_set_active(rig.panel.get(), true);
+    preview_refresh(rig.panel.get());
+    preview_refresh(rig.panel.get());
+    const int32_t row = rig.panel->places.pane[kCombinedPane].screen.top + 3;
+    const int32_t beyond = 400 + 30;  // of the divider too
+    EXPECT_EQ(rig.painted(beyond, row), RGB(0, 0, 128));
+    current = "Ole";
+    preview_refresh(rig.panel.get());
+    EXPECT_EQ(rig.painted(beyond, row), GetSysColor(COLOR_BTNFACE));
+    EXPECT_EQ(rig.painted(20, row), RGB(0, 0, 128)) << "the new one stands there";
+    current = "Maximilian Alexander Freiherr von und zu Obersdorf-Unterschneidheim";
+    preview_set_divider(rig.panel.get(), 450);
+    rig.panel->current_jumper = nullptr;
+    preview_refresh(rig.panel.get());
+    EXPECT_EQ(rig.painted(450 + 30, row), GetSysColor(COLOR_BTNFACE)) << "nobody jumps";
+    EXPECT_EQ(rig.painted(405, row), grey(32)) << "the panes are wider now";
+    EXPECT_EQ(rig.painted(453, 300), grey(200)) << "the divider moved";
+}
+
 TEST(Preview, DraggingTheDividerResizesWithinItsLimits) {
     PreviewRig rig;
     rig.create();
