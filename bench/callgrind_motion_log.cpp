@@ -16,7 +16,7 @@ static constexpr int32_t kFeed = 1;
 static constexpr int32_t kPercents[] = {10, 40, 100};
 
 extern "C" __attribute__((noinline)) int32_t counted_work(AutoSetupWorkspace* workspace, const Settings* settings) {
-    return parse_motion_logs(workspace, settings, realloc);
+    return parse_motion_logs(workspace, settings, {});
 }
 
 static bool read_log(const std::string& folder) {
