@@ -117,8 +117,12 @@ inline void plain_settings_line(Settings* s, const std::string& piece) {
         plain_inline_entry(s, key.c_str(), value.c_str());
         return;
     }
-    for (const SettingDescriptor* row = kSettingTable.data(); row->key; ++row)
-        if (row->type != SETTING_SEPARATOR && key == row->key) plain_put_value(s, *row, value);
+    for (const SettingDescriptor* row = kSettingTable.data(); row->key; ++row) {
+        if (row->type != SETTING_SEPARATOR && strcmp(row->key, key.c_str()) == 0) {
+            plain_put_value(s, *row, value);
+            return;
+        }
+    }
 }
 
 inline void plain_settings_parse(Settings* s, std::string_view text) {
