@@ -2,24 +2,43 @@
 
 #include <cstdarg>
 #include <cstdio>
-#include <string_view>
+#include <vector>
 
 #include "app/log.h"
-#include "ipc/sync_objects.h"
-#include "tools/json_text.h"
+#include "tools/status_requests.h"
+#include "tools/sync_names.h"
 
-// The live channel as an index.
-static int32_t live_channel(const ControlBlock& block) {
+int32_t status_live_channel(const ControlBlock& block) {
     return block.channel >= 0 && block.channel < kChannelCount ? block.channel : 0;
 }
 
-static int32_t present_count(uint64_t bits) {
-    int32_t count = 0;
-    for (int32_t i = 0; i < kSyncObjectCount; ++i) count += static_cast<int32_t>(bits >> i & 1);
-    return count;
+const char* mutex_state_word(MutexState state) {
+    switch (state) {
+        case MutexState::free:
+            return "free";
+        case MutexState::held:
+            return "held";
+        case MutexState::abandoned:
+            return "abandoned";
+        case MutexState::unknown:
+            return "unknown";
+        default:
+            return "missing";
+    }
 }
 
-// ------------------------------------------------------------------------------------------------------------ text
+const char* event_state_word(EventState state) {
+    switch (state) {
+        case EventState::clear:
+            return "clear";
+        case EventState::signalled:
+            return "signalled";
+        case EventState::unknown:
+            return "unknown";
+        default:
+            return "missing";
+    }
+}
 
 static std::string readiness_word(int32_t value) {
     switch (value) {
@@ -49,7 +68,7 @@ static void append_line(std::string* out, const char* format, ...) {
 
 static void append_feeds(const StatusSnapshot& status, std::string* out) {
     const ControlBlock& block = status.block;
-    const int32_t channel = live_channel(block);
+    const int32_t channel = status_live_channel(block);
     append_line(out, "%-5s%12s%12s%12s%8s%6s%8s  %-13s%-13s%s", "feed", "nw", "frames", "motion_idx", "motion",
                 "slow", "offset", "source", "detector", status.has_rates ? "   frames/s   motion/s" : "");
     for (int32_t f = 0; f < kFeedCount; ++f) {
@@ -64,22 +83,143 @@ static void append_feeds(const StatusSnapshot& status, std::string* out) {
     }
 }
 
-static void append_regions(const StatusSnapshot& status, std::string* out) {
-    std::string rings = "feed rings by channel:";
-    for (int32_t f = 0; f < kFeedCount; ++f) {
-        rings.append("  ").append(std::to_string(f)).append(":");
-        for (const bool there : status.feed_ring[f]) rings.append(there ? " yes" : " no");
+// `head` and the items behind it, `quiet` when there are none, over as many lines as it takes.
+static void append_list(const std::string& head, const std::vector<std::string>& items, const char* quiet,
+                        std::string* out) {
+    constexpr size_t kColumns = 115;
+    std::string line = head + (items.empty() ? quiet : "");
+    for (size_t i = 0; i < items.size(); ++i) {
+        const std::string item = items[i] + (i + 1 < items.size() ? "," : "");
+        if (i > 0 && line.size() + 1 + item.size() > kColumns) {
+            out->append(line).push_back('\n');
+            line = "   ";
+        }
+        line.append(" ").append(item);
     }
-    rings.append("   output rings:");
-    for (const bool there : status.output_ring) rings.append(there ? " yes" : " no");
-    out->append(rings).push_back('\n');
+    out->append(line).push_back('\n');
+}
+
+// A missing region is ordinary, hence no more than a dash.
+static const char* region_word(const StatusRegion& region, uint64_t expected) {
+    if (!region.present) return "-";
+    if (!region.size_known) return "?";
+    return region_size_fits(region.size, expected) ? "ok" : "WRONG";
+}
+
+static void append_wrong_sizes(const StatusSnapshot& status, std::string* out) {
+    std::vector<std::string> wrong;
+    for (int32_t i = 0; i < kRegionCount; ++i) {
+        const StatusRegion& region = status.region[i];
+        const uint64_t expected = region_expected_size(i);
+        if (!region.size_known || region_size_fits(region.size, expected)) continue;
+        char name[32];
+        region_name(name, i);
+        wrong.push_back(std::string(name) + " has " + std::to_string(region.size) + " bytes instead of " +
+                        std::to_string(expected));
+    }
+    if (!wrong.empty()) append_list("wrong size:", wrong, "", out);
+}
+
+static void append_regions(const StatusSnapshot& status, std::string* out) {
+    std::string line = "regions: control";
+    for (int32_t i = 0; i < kRegionCount; ++i) {
+        if (i == kRegionJumpers) line.append("   jumpers");
+        if (i >= kRegionFeeds && i < kRegionOutputs && (i - kRegionFeeds) % kChannelCount == 0)
+            line.append("   feed ").append(std::to_string((i - kRegionFeeds) / kChannelCount)).append(":");
+        if (i == kRegionOutputs) line.append("   outputs");
+        line.append(" ").append(region_word(status.region[i], region_expected_size(i)));
+    }
+    out->append(line).push_back('\n');
+    append_wrong_sizes(status, out);
     if (status.has_jumpers) {
         append_line(out, "jumpers: %d", status.jumper_count);
     } else {
         append_line(out, "jumpers: no region");
     }
-    append_line(out, "mutexes: %d of %d   events: %d of %d", present_count(status.mutexes), kSyncObjectCount,
-                present_count(status.events), kSyncObjectCount);
+}
+
+static void append_ring(const char* name, const char* counter, const StatusRing& ring, bool is_feed,
+                        std::string* out) {
+    char rates[64] = "        -       -       -       -";
+    char frame[64] = "              -          -";
+    char gaps[64] = "";
+    if (ring.rate.known)
+        snprintf(rates, sizeof rates, " %8.1f%8.1f%8.1f%8.1f", ring.rate.now, ring.rate.mean, ring.rate.minimum,
+                 ring.rate.maximum);
+    if (ring.has_newest) {
+        const int32_t length = snprintf(frame, sizeof frame, "%15lld", static_cast<long long>(ring.newest_seq));
+        char* const age = frame + length;
+        const size_t room = sizeof frame - static_cast<size_t>(length);
+        if (ring.has_age) {
+            snprintf(age, room, "%8.3f s", static_cast<double>(ring.newest_age_us) / 1e6);
+        } else {
+            snprintf(age, room, "          -");
+        }
+    }
+    if (is_feed)
+        snprintf(gaps, sizeof gaps, "%9.1f ms%7lld%7lld", static_cast<double>(ring.longest_us) / 1e3,
+                 static_cast<long long>(ring.lost), static_cast<long long>(ring.interruptions));
+    append_line(out, "%-11s%12s%s%s%s", name, counter, rates, frame, gaps);
+}
+
+static void append_rings(const StatusSnapshot& status, std::string* out) {
+    const ControlBlock& block = status.block;
+    append_line(out, "%-11s%12s %8s%8s%8s%8s%15s%10s%12s%7s%7s", "ring", "nw", "fps now", "mean", "min", "max",
+                "newest seq", "age", "longest gap", "lost", "breaks");
+    for (int32_t f = 0; f < kFeedCount; ++f)
+        for (int32_t c = 0; c < kChannelCount; ++c) {
+            if (!status.region[feed_region_number(f, c)].present) continue;
+            const std::string name = "feed " + std::to_string(f) + " ch " + std::to_string(c);
+            append_ring(name.c_str(), std::to_string(block.feed[f][c].nw).c_str(), status.feed_ring[f][c], true, out);
+        }
+    for (int32_t i = 0; i < kOutputRegionCount; ++i) {
+        if (!status.region[kRegionOutputs + i].present) continue;
+        const std::string name = "output " + std::to_string(i);
+        const bool written = block.output_active == static_cast<uint32_t>(i);
+        append_ring(name.c_str(), written ? "written" : "shown", status.output_ring[i], false, out);
+    }
+}
+
+static std::string numbered(int32_t index, const std::string& meaning, const char* state) {
+    return std::to_string(index) + " " + meaning + " " + state;
+}
+
+// Only what is out of the ordinary is named: 37 free mutexes say nothing.
+static void append_mutexes(const StatusSnapshot& status, std::string* out) {
+    int32_t present = 0;
+    std::vector<std::string> busy;
+    for (int32_t i = 0; i < kSyncObjectCount; ++i) {
+        if (status.mutex[i] == MutexState::missing) continue;
+        ++present;
+        if (status.mutex[i] == MutexState::free) continue;
+        busy.push_back(numbered(i, mutex_meaning(i), mutex_state_word(status.mutex[i])));
+        if (status.mutex_held_looks[i] > 1)
+            busy.back().append(" (" + std::to_string(status.mutex_held_looks[i]) + " looks)");
+    }
+    const std::string head = "mutexes: " + std::to_string(present) + " of " + std::to_string(kSyncObjectCount) + ";";
+    append_list(head, busy, present > 0 ? " all free" : "", out);
+}
+
+static void append_events(const StatusSnapshot& status, std::string* out) {
+    int32_t present = 0;
+    std::vector<std::string> raised;
+    for (int32_t i = 0; i < kSyncObjectCount; ++i) {
+        if (status.event[i] == EventState::missing) continue;
+        ++present;
+        const bool odd = (status.odd_events >> i & 1) != 0;
+        if (status.event[i] == EventState::clear && !odd) continue;
+        raised.push_back(numbered(i, event_meaning(i), event_state_word(status.event[i])));
+        if (odd) raised.back().append(" (wrong reset mode)");
+    }
+    const std::string head = "events: " + std::to_string(present) + " of " + std::to_string(kSyncObjectCount) + ";";
+    append_list(head, raised, present > 0 ? " none signalled" : "", out);
+}
+
+static void append_requests(const ControlBlock& block, std::string* out) {
+    append_list("requests:", status_requests(block), " none", out);
+    append_line(out, "switches: diagnostic logs %s, blob circles %s, shadow removal %s, grid panel %s",
+                block.diag_logging != 0 ? "on" : "off", block.blob_circles != 0 ? "on" : "off",
+                block.erase_shadows_on != 0 ? "on" : "off", block.grid_setup_active != 0 ? "open" : "closed");
 }
 
 static void append_workers(const StatusSnapshot& status, std::string* out) {
@@ -102,6 +242,7 @@ std::string status_as_text(const StatusSnapshot& status) {
                 block.paused != 0 ? "paused" : "playing", block.shutdown != 0 ? ", shutting down" : "",
                 block.num_feeds, block.num_channels, block.ring_slots);
     append_feeds(status, &out);
+    append_rings(status, &out);
     append_line(&out, "movie builder: %s   viewer: %s", readiness_word(block.videogen_state).c_str(),
                 readiness_word(block.viewer_state).c_str());
     append_line(&out, "output: region %u being written, newest frame %d", block.output_active,
@@ -113,136 +254,10 @@ std::string status_as_text(const StatusSnapshot& status) {
                 block.force_request, block.force_state, block.force_frame, static_cast<long long>(block.force_result),
                 static_cast<long long>(block.force_start_seq), static_cast<long long>(block.force_end_seq),
                 block.force_ack[0], block.force_ack[1], block.force_ack[2]);
+    append_requests(block, &out);
     append_regions(status, &out);
+    append_mutexes(status, &out);
+    append_events(status, &out);
     append_workers(status, &out);
-    return out;
-}
-
-// ------------------------------------------------------------------------------------------------------------ JSON
-
-static void append_rates(std::string* out, const char* key, const double (&values)[kFeedCount]) {
-    char text[128];
-    snprintf(text, sizeof text, "[%.1f, %.1f, %.1f]", values[0], values[1], values[2]);
-    append_key(out, key);
-    out->append(text);
-}
-
-static void append_quoted(std::string* out, std::string_view text) {
-    out->push_back('"');
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20) {
-            char escape[8];
-            snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(byte));
-            out->append(escape);
-        } else {
-            if (c == '"' || c == '\\') out->push_back('\\');
-            out->push_back(c);
-        }
-    }
-    out->push_back('"');
-}
-
-static void append_json_feeds(const StatusSnapshot& status, std::string* out) {
-    const ControlBlock& block = status.block;
-    uint32_t nw[kFeedCount];
-    int64_t frame_seq[kFeedCount];
-    for (int32_t f = 0; f < kFeedCount; ++f) {
-        nw[f] = block.feed[f][live_channel(block)].nw;
-        frame_seq[f] = block.feed[f][live_channel(block)].frame_seq;
-    }
-    append_array(out, "nw", nw);
-    append_array(out, "frame_seq", frame_seq);
-    append_array(out, "feed_frame_count", block.feed_frame_count);
-    append_array(out, "motion_idx", block.motion_idx);
-    append_array(out, "motion_active", block.motion_active);
-    append_array(out, "motion_slow", block.motion_slow);
-    append_array(out, "motion_paused", block.motion_paused);
-    append_array(out, "feed_sync_offset", block.feed_sync_offset);
-    append_array(out, "source_ready", block.source_ready);
-    append_array(out, "motion_ready", block.motion_ready);
-}
-
-static void append_json_movies(const ControlBlock& block, std::string* out) {
-    append_number(out, "videogen_state", block.videogen_state);
-    append_number(out, "viewer_state", block.viewer_state);
-    append_number(out, "output_active", block.output_active);
-    append_number(out, "output_frame_idx", block.output_frame_idx);
-    append_number(out, "movie_published_count", block.movie_published_count);
-    append_number(out, "movie_serial", block.movie_serial);
-    append_array(out, "force_ack", block.force_ack);
-    append_number(out, "force_start_seq", block.force_start_seq);
-    append_number(out, "force_end_seq", block.force_end_seq);
-    append_number(out, "force_result", block.force_result);
-    append_number(out, "force_frame", block.force_frame);
-    append_number(out, "force_state", block.force_state);
-    append_number(out, "force_request", block.force_request);
-}
-
-static void append_json_regions(const StatusSnapshot& status, std::string* out) {
-    append_key(out, "feed_rings");
-    out->push_back('[');
-    for (int32_t f = 0; f < kFeedCount; ++f) {
-        if (f > 0) out->append(", ");
-        append_values(out, status.feed_ring[f]);
-    }
-    out->push_back(']');
-    append_array(out, "output_rings", status.output_ring);
-    append_key(out, "jumper_count");
-    out->append(status.has_jumpers ? std::to_string(status.jumper_count) : "null");
-}
-
-// The objects of one kind by index.
-static void append_json_objects(const char* key, uint64_t bits, std::string* out) {
-    int32_t there[kSyncObjectCount];
-    for (int32_t i = 0; i < kSyncObjectCount; ++i) there[i] = static_cast<int32_t>(bits >> i & 1);
-    append_array(out, key, there);
-}
-
-// One element per slot: null for an empty one.
-static void append_json_workers(const StatusSnapshot& status, std::string* out) {
-    append_key(out, "pid_slots");
-    out->push_back('[');
-    for (int32_t slot = 0; slot < kPidSlotCount; ++slot) {
-        const StatusWorker& worker = status.worker[slot];
-        if (slot > 0) out->append(", ");
-        if (worker.presence == WorkerPresence::empty) {
-            out->append("null");
-            continue;
-        }
-        out->push_back('{');
-        append_number(out, "pid", worker.pid);
-        append_number(out, "running", worker.presence == WorkerPresence::running ? 1 : 0);
-        append_key(out, "image");
-        if (worker.image.empty()) {
-            out->append("null");
-        } else {
-            append_quoted(out, worker.image);
-        }
-        out->push_back('}');
-    }
-    out->push_back(']');
-}
-
-std::string status_as_json(const StatusSnapshot& status) {
-    const ControlBlock& block = status.block;
-    std::string out = "{";
-    append_number(&out, "channel", block.channel);
-    append_number(&out, "paused", block.paused);
-    append_number(&out, "shutdown", block.shutdown);
-    append_number(&out, "num_feeds", block.num_feeds);
-    append_number(&out, "num_channels", block.num_channels);
-    append_number(&out, "ring_slots", block.ring_slots);
-    append_json_feeds(status, &out);
-    append_json_movies(block, &out);
-    append_json_regions(status, &out);
-    append_json_objects("mutexes", status.mutexes, &out);
-    append_json_objects("events", status.events, &out);
-    append_json_workers(status, &out);
-    if (status.has_rates) {
-        append_rates(&out, "frames_per_second", status.rates.frames);
-        append_rates(&out, "motion_per_second", status.rates.motion);
-    }
-    out.append("}\n");
     return out;
 }

@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr uint64_t kAllObjects = (uint64_t{1} << kSyncObjectCount) - 1;
-
 // A practice run on channel 1 with one worker of two gone. Every number differs, so that no two can be swapped
 // unseen.
 StatusSnapshot practice_run() {
@@ -44,15 +42,23 @@ StatusSnapshot practice_run() {
         b.force_ack[f] = static_cast<uint32_t>(f);
         b.source_ready[f] = 3;
         b.motion_ready[f] = f;
-        s.feed_ring[f][1] = true;
+        s.region[feed_region_number(f, 1)] = {true, true, kFeedRegionSize};
     }
     b.motion_active[1] = 1;
     b.motion_paused[2] = 1;
-    s.output_ring[0] = s.output_ring[1] = true;
+    s.region[kRegionControl] = {true, true, 12288};
+    s.region[kRegionJumpers] = {true, true, kJumperRegionSize};
+    s.region[kRegionOutputs] = {true, true, kOutputRegionSize};
+    s.region[kRegionOutputs + 1] = {true, true, 4096};
+    s.feed_ring[0][1] = {true, 6000, true, 35'400, {true, 60.04, 59.9, 31.0, 61.5}, 48'200, 3, 1};
+    s.feed_ring[2][1] = {true, 6002, false, 0, {}, 0, 0, 0};
+    s.output_ring[0] = {true, 5900, true, 1'500'000, {true, 30.0, 30.0, 0.0, 60.0}, 0, 0, 0};
     s.has_jumpers = true;
     s.jumper_count = 12;
-    s.mutexes = kAllObjects;
-    s.events = kAllObjects & ~uint64_t{2};
+    for (int32_t i = 0; i < kSyncObjectCount; ++i) {
+        s.mutex[i] = MutexState::free;
+        s.event[i] = i == 1 ? EventState::missing : EventState::clear;
+    }
     s.worker[0] = {4711, WorkerPresence::running, "motion.exe"};
     s.worker[5] = {4712, WorkerPresence::gone, ""};
     return s;
@@ -197,13 +203,23 @@ TEST(StatusText, TellsTheRunLineByLine) {
         "0 1000 2000 900 no 20 -1 ready not started",
         "1 1001 2001 901 yes 21 0 ready starting",
         "2 1002 2002 902 paused 22 1 ready attached",
+        "ring nw fps now mean min max newest seq age longest gap lost breaks",
+        "feed 0 ch 1 1000 60.0 59.9 31.0 61.5 6000 0.035 s 48.2 ms 3 1",
+        "feed 1 ch 1 1001 - - - - - - 0.0 ms 0 0",
+        "feed 2 ch 1 1002 - - - - 6002 - 0.0 ms 0 0",
+        "output 0 shown 30.0 30.0 0.0 60.0 5900 1.500 s",
+        "output 1 written - - - - - -",
         "movie builder: ready viewer: attached",
         "output: region 1 being written, newest frame 77",
         "movies: 5 published, newest serial 1234567890123",
         "forced movie: request 1, state 4, frame -2, result -1, frames 100 to 250, taken 0 1 2",
-        "feed rings by channel: 0: no yes no 1: no yes no 2: no yes no output rings: yes yes",
+        "requests: force video: frames 100 to 250 not taken yet, motion 2: pause",
+        "switches: diagnostic logs off, blob circles off, shadow removal off, grid panel closed",
+        "regions: control ok jumpers ok feed 0: - ok - feed 1: - ok - feed 2: - ok - outputs ok WRONG",
+        "wrong size: Local\\SkiJumpOutput_1 has 4096 bytes instead of 1617543232",
         "jumpers: 12",
-        "mutexes: 37 of 37 events: 36 of 37",
+        "mutexes: 37 of 37; all free",
+        "events: 36 of 37; none signalled",
         "worker slot 0: pid 4711 motion.exe",
         "worker slot 5: pid 4712 (gone)",
     };
@@ -216,7 +232,10 @@ TEST(StatusText, TellsAPausedAndClosingRunWithoutWorkersOrJumpers) {
     s.block.shutdown = 1;
     EXPECT_TRUE(has_line(s, "channel 0, paused, shutting down, 0 feeds, 0 channels, 0 slots per ring"));
     EXPECT_TRUE(has_line(s, "jumpers: no region"));
-    EXPECT_TRUE(has_line(s, "mutexes: 0 of 37 events: 0 of 37"));
+    EXPECT_TRUE(has_line(s, "mutexes: 0 of 37;"));
+    EXPECT_TRUE(has_line(s, "events: 0 of 37;"));
+    EXPECT_TRUE(has_line(s, "requests: shutdown: every worker is to exit"));
+    EXPECT_TRUE(has_line(s, "regions: control - jumpers - feed 0: - - - feed 1: - - - feed 2: - - - outputs - -"));
     EXPECT_TRUE(has_line(s, "workers: none"));
 }
 
@@ -234,4 +253,151 @@ TEST(StatusText, ShowsAReadinessWithoutANameAsANumberAndARunningWorkerOfUnknownN
     s.worker[0].image.clear();
     EXPECT_TRUE(has_line(s, "movie builder: 17 viewer: attached"));
     EXPECT_TRUE(has_line(s, "worker slot 0: pid 4711 ?"));
+}
+
+TEST(StatusText, NamesOnlyTheSyncObjectsThatAreNotAtRest) {
+    StatusSnapshot s = practice_run();
+    s.mutex[0] = MutexState::unknown;
+    s.mutex[4] = MutexState::held;
+    s.mutex_held_looks[4] = 1;
+    s.mutex[12] = MutexState::abandoned;
+    s.mutex[28] = MutexState::held;
+    s.mutex_held_looks[28] = 17;
+    EXPECT_TRUE(has_line(s,
+                         "mutexes: 37 of 37; 0 workers unknown, 4 nw 1 held, 12 force_start_seq abandoned, "
+                         "28 pid_slot 1 held (17 looks)"));
+    s.event[13] = EventState::signalled;
+    s.event[14] = EventState::clear;
+    s.odd_events = uint64_t{1} << 14;
+    EXPECT_TRUE(
+        has_line(s, "events: 36 of 37; 13 force request signalled, 14 new output frame clear (wrong reset mode)"));
+}
+
+TEST(StatusText, StaysAsWideAsAConsoleWindowWhateverIsHeld) {
+    StatusSnapshot s = practice_run();
+    for (int32_t i = 0; i < kSyncObjectCount; ++i) {
+        s.mutex[i] = MutexState::abandoned;
+        s.event[i] = EventState::signalled;
+    }
+    std::istringstream in(status_as_text(s));
+    int32_t abandoned = 0;
+    for (std::string line; std::getline(in, line);) {
+        EXPECT_LT(line.size(), 120u) << line;
+        for (size_t at = line.find("abandoned"); at != std::string::npos; at = line.find("abandoned", at + 1))
+            ++abandoned;
+    }
+    EXPECT_EQ(abandoned, kSyncObjectCount);
+}
+
+TEST(StatusText, ARegionWhoseSizeCannotBeToldSaysSo) {
+    StatusSnapshot s;
+    s.region[kRegionControl] = {true, false, 0};
+    EXPECT_TRUE(has_line(s, "regions: control ? jumpers - feed 0: - - - feed 1: - - - feed 2: - - - outputs - -"));
+}
+
+TEST(StatusJson, TellsEveryRegionsSizeBesideTheExpectedOne) {
+    StatusSnapshot s = practice_run();
+    s.region[kRegionControl].size_known = false;
+    const std::string json = status_as_json(s);
+    const std::string first =
+        "[{\"name\": \"Local\\\\SkiJumpControl\", \"present\": 1, \"size\": null, \"expected_size\": 9776, "
+        "\"as_expected\": null}";
+    EXPECT_EQ(json_value(json, "regions").substr(0, first.size()), first);
+    EXPECT_NE(json.find("{\"name\": \"Local\\\\SkiJumpOutput_1\", \"present\": 1, \"size\": 4096, "
+                        "\"expected_size\": 1617543232, \"as_expected\": 0}]"),
+              std::string::npos);
+    EXPECT_NE(json.find("{\"name\": \"Local\\\\SkiJumpFeed_0_1\", \"present\": 1, \"size\": 808837120, "
+                        "\"expected_size\": 808837120, \"as_expected\": 1}"),
+              std::string::npos);
+}
+
+TEST(StatusJson, ListsTheRingsThatExistWithTheirRates) {
+    const std::string json = status_as_json(practice_run());
+    EXPECT_EQ(
+        json_value(json, "rings"),
+        "[{\"name\": \"Local\\\\SkiJumpFeed_0_1\", \"nw\": 1000, \"newest_seq\": 6000, \"newest_age_us\": 35400, "
+        "\"rate\": {\"now\": 60.0, \"mean\": 59.9, \"min\": 31.0, \"max\": 61.5}, \"longest_gap_us\": 48200, "
+        "\"lost\": 3, \"interruptions\": 1}, "
+        "{\"name\": \"Local\\\\SkiJumpFeed_1_1\", \"nw\": 1001, \"newest_seq\": null, \"newest_age_us\": null, "
+        "\"rate\": null, \"longest_gap_us\": 0, \"lost\": 0, \"interruptions\": 0}, "
+        "{\"name\": \"Local\\\\SkiJumpFeed_2_1\", \"nw\": 1002, \"newest_seq\": 6002, \"newest_age_us\": null, "
+        "\"rate\": null, \"longest_gap_us\": 0, \"lost\": 0, \"interruptions\": 0}, "
+        "{\"name\": \"Local\\\\SkiJumpOutput_0\", \"newest_seq\": 5900, \"newest_age_us\": 1500000, "
+        "\"rate\": {\"now\": 30.0, \"mean\": 30.0, \"min\": 0.0, \"max\": 60.0}}, "
+        "{\"name\": \"Local\\\\SkiJumpOutput_1\", \"newest_seq\": null, \"newest_age_us\": null, "
+        "\"rate\": null}]");
+}
+
+TEST(StatusJson, TellsEverySyncObjectsStateByIndex) {
+    StatusSnapshot s = practice_run();
+    s.mutex[1] = MutexState::held;
+    s.mutex_held_looks[1] = 3;
+    s.mutex[2] = MutexState::abandoned;
+    s.mutex[3] = MutexState::missing;
+    s.mutex[4] = MutexState::unknown;
+    s.event[0] = EventState::signalled;
+    s.event[2] = EventState::unknown;
+    s.odd_events = uint64_t{1} << 36;
+    const std::string json = status_as_json(s);
+    const auto starts = [&](const char* key) { return json_value(json, key).substr(0, 43); };
+    EXPECT_EQ(starts("mutex_state"), "[\"free\", \"held\", \"abandoned\", \"missing\", \"u");
+    EXPECT_EQ(starts("event_state"), "[\"signalled\", \"missing\", \"unknown\", \"clear\"");
+    EXPECT_EQ(starts("mutex_meaning"), "[\"workers\", \"workers\", \"channel\", \"nw 0\", \"");
+    EXPECT_EQ(json_value(json, "mutex_held_looks").substr(0, 10), "[0, 3, 0, ");
+    EXPECT_EQ(json_value(json, "mutexes").substr(0, 16), "[1, 1, 1, 0, 1, ");
+    const std::string odd = json_value(json, "event_of_wrong_kind");
+    EXPECT_EQ(odd.substr(odd.size() - 6), " 0, 1]");
+}
+
+TEST(StatusJson, HoldsTheRequestsAsFieldsAndInWords) {
+    StatusSnapshot s = practice_run();
+    ControlBlock& b = s.block;
+    b.size = 9776;
+    b.sync_epoch_us = 123456789012;
+    b.grid_setup_active = 2;
+    b.grid_feed = 3;
+    b.grid_line = 4;
+    b.grid_near = 5;
+    b.grid_click_ready = 7;
+    b.grid_click_x = -8;
+    b.grid_click_y = -9;
+    b.grid_generation = 10;
+    b.settings_generation = 11;
+    b.diag_logging = 12;
+    b.blob_circles = 13;
+    b.erase_shadows_on = 14;
+    for (int32_t f = 0; f < kFeedCount; ++f) {
+        b.motion_trial_frames[f] = static_cast<uint32_t>(30 + f);
+        b.motion_slow_frames[f] = static_cast<uint32_t>(40 + f);
+        b.feed_offset_live[f] = 50 + f;
+    }
+    b.capfile_paused[0] = 1;
+    b.capfile_shutdown[2] = 1;
+    const std::string json = status_as_json(s);
+    const std::pair<const char*, const char*> expected[] = {
+        {"size", "9776"},
+        {"sync_epoch_us", "123456789012"},
+        {"grid_setup_active", "2"},
+        {"grid_feed", "3"},
+        {"grid_line", "4"},
+        {"grid_near", "5"},
+        {"grid_click_wait", "0"},
+        {"grid_click_ready", "7"},
+        {"grid_click_x", "-8"},
+        {"grid_click_y", "-9"},
+        {"grid_generation", "10"},
+        {"settings_generation", "11"},
+        {"motion_trial_frames", "[30, 31, 32]"},
+        {"motion_slow_frames", "[40, 41, 42]"},
+        {"capfile_paused", "[1, 0, 0]"},
+        {"capfile_shutdown", "[0, 0, 1]"},
+        {"feed_offset_live", "[50, 51, 52]"},
+        {"diag_logging", "12"},
+        {"blob_circles", "13"},
+        {"erase_shadows_on", "14"},
+        {"requests",
+         "[\"force video: frames 100 to 250 not taken yet\", \"capfile 0: pause\", "
+         "\"capfile 2: finish the file and exit\", \"motion 2: pause\"]"},
+    };
+    for (const auto& [key, value] : expected) EXPECT_EQ(json_value(json, key), value) << key;
 }
