@@ -2,47 +2,261 @@
 
 #include <windows.h>
 
+#include <dbghelp.h>
+#include <psapi.h>
+
 #include <atomic>
 
+#include "app/crash_text.h"
 #include "app/log.h"
 #include "app/one_controller.h"
+#include "ipc/scoped_handle.h"
 
 namespace {
 
-// The thread that crashed may hold the log's lock, so another one writes and is not waited for longer than this.
-constexpr DWORD kLogPatienceMs = 1000;
+using WriteDump = decltype(&MiniDumpWriteDump);
 
-std::atomic<bool> g_unattended{false};
+constexpr auto kDumpType = static_cast<MINIDUMP_TYPE>(MiniDumpWithDataSegs | MiniDumpWithIndirectlyReferencedMemory |
+                                                      MiniDumpWithThreadInfo | MiniDumpWithUnloadedModules);
+
+// Every step may meet what is damaged, or a lock that the crashed thread holds. It therefore runs on a thread of its
+// own and is waited for no longer than this.
+constexpr DWORD kLogPatienceMs = 1000;
+constexpr DWORD kTextPatienceMs = 3000;
+constexpr DWORD kDumpPatienceMs = 20000;
+constexpr DWORD kTidyPatienceMs = 3000;
+
+constexpr ULONG kReserveForOverflow = 32768;  // of the main thread's stack, for the handler
+constexpr int32_t kPathSize = 1024;
+constexpr DWORD kLogPieceSize = 16384;
+
+// All that a report is made of, there before anything goes wrong: the heap may be what is broken.
+struct Prepared {
+    std::atomic<bool> unattended{false};
+    std::atomic<const ProcessManager*> processes{nullptr};
+    DWORD main_thread = 0;
+    WriteDump write_dump = nullptr;
+    wchar_t folder[kPathSize] = L"";  // with a backslash at its end; the log's
+    wchar_t log_path[kPathSize] = L"";
+
+    std::atomic<DWORD> reporting_thread{0};  // the one that crashed first
+    std::atomic<DWORD> helper_thread{0};     // the one that works for it at the moment
+    EXCEPTION_POINTERS* exception = nullptr;
+    CrashTime time = {};
+    char text_name[kCrashFileNameSize] = "";
+    char dump_name[kCrashFileNameSize] = "";
+    bool dump_is_written = false;
+    char log_piece[kLogPieceSize] = "";
+    char module_name[MAX_PATH] = "";
+    char text[kCrashTextSize] = "";
+};
+Prepared g_prepared;
 
 }  // namespace
 
-static DWORD WINAPI write_log_line(void* exception) {
-    const auto* record = static_cast<const EXCEPTION_RECORD*>(exception);
+static void path_in_folder(const char* name, wchar_t path[kPathSize]) {
+    lstrcpynW(path, g_prepared.folder, kPathSize);
+    int32_t end = lstrlenW(path);
+    for (; *name != '\0' && end < kPathSize - 1; ++name) path[end++] = static_cast<wchar_t>(*name);  // ours: ASCII
+    path[end] = L'\0';
+}
+
+static ScopedFile create_file(const char* name) {
+    wchar_t path[kPathSize];
+    path_in_folder(name, path);
+    return ScopedFile(
+        CreateFileW(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, 0, nullptr));
+}
+
+static DWORD WINAPI write_log_line(void* /*unused*/) {
+    g_prepared.helper_thread = GetCurrentThreadId();
+    const EXCEPTION_RECORD* record = g_prepared.exception->ExceptionRecord;
     log_error("crashed: exception code 0x%08lX at %p", record->ExceptionCode, record->ExceptionAddress);
     return 0;
 }
 
+// Asks the system about the mapping and not the loader, whose lock the crashed thread may hold.
+static void find_module(CrashFacts* facts, const void* address) {
+    MEMORY_BASIC_INFORMATION memory = {};
+    if (!VirtualQuery(address, &memory, sizeof memory) || memory.Type != MEM_IMAGE) return;
+    wchar_t path[MAX_PATH] = L"";
+    const DWORD length = K32GetMappedFileNameW(GetCurrentProcess(), memory.AllocationBase, path, MAX_PATH);
+    const wchar_t* name = path;
+    for (DWORD i = 0; i < length; ++i)
+        if (path[i] == L'\\') name = path + i + 1;
+    WideCharToMultiByte(CP_UTF8, 0, name, -1, g_prepared.module_name, sizeof g_prepared.module_name, nullptr,
+                        nullptr);
+    facts->module = g_prepared.module_name[0] != '\0' ? g_prepared.module_name : "unnamed module";
+    facts->offset = reinterpret_cast<uint64_t>(address) - reinterpret_cast<uint64_t>(memory.AllocationBase);
+}
+
+static void find_access(CrashFacts* facts, const EXCEPTION_RECORD& record) {
+    const bool has_address =
+        record.ExceptionCode == EXCEPTION_ACCESS_VIOLATION || record.ExceptionCode == EXCEPTION_IN_PAGE_ERROR;
+    if (!has_address || record.NumberParameters < 2) return;
+    const ULONG_PTR kind = record.ExceptionInformation[0];
+    facts->access = kind == 0 ? CrashAccess::read : kind == 1 ? CrashAccess::write : CrashAccess::execute;
+    facts->access_address = record.ExceptionInformation[1];
+}
+
+static void read_log_end(CrashFacts* facts) {
+    const ScopedFile file(CreateFileW(g_prepared.log_path, GENERIC_READ,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                      0, nullptr));
+    LARGE_INTEGER size = {};
+    if (!file.valid() || !GetFileSizeEx(file.get(), &size)) return;
+    LARGE_INTEGER start = {};
+    start.QuadPart = size.QuadPart > kLogPieceSize ? size.QuadPart - kLogPieceSize : 0;
+    DWORD got = 0;
+    if (!SetFilePointerEx(file.get(), start, nullptr, FILE_BEGIN) ||
+        !ReadFile(file.get(), g_prepared.log_piece, kLogPieceSize, &got, nullptr))
+        return;
+    facts->log = g_prepared.log_piece;
+    facts->log_length = got;
+    facts->log_is_whole = start.QuadPart == 0;
+}
+
+static DWORD WINAPI write_text(void* /*unused*/) {
+    g_prepared.helper_thread = GetCurrentThreadId();
+    const EXCEPTION_RECORD& record = *g_prepared.exception->ExceptionRecord;
+    CrashFacts facts = {};
+    facts.version = ORVEK_VERSION;
+    facts.time = g_prepared.time;
+    facts.process = GetCurrentProcessId();
+    facts.thread = g_prepared.reporting_thread;
+    facts.main_thread = facts.thread == g_prepared.main_thread;
+    facts.code = record.ExceptionCode;
+    facts.address = reinterpret_cast<uint64_t>(record.ExceptionAddress);
+    find_module(&facts, record.ExceptionAddress);
+    find_access(&facts, record);
+    facts.dump = g_prepared.dump_is_written ? g_prepared.dump_name : nullptr;
+    facts.processes = g_prepared.processes;
+    read_log_end(&facts);
+    const size_t length = crash_text(facts, g_prepared.text, sizeof g_prepared.text);
+    const ScopedFile file = create_file(g_prepared.text_name);
+    DWORD written = 0;
+    if (file.valid()) WriteFile(file.get(), g_prepared.text, static_cast<DWORD>(length), &written, nullptr);
+    return 0;
+}
+
+static DWORD WINAPI write_dump(void* /*unused*/) {
+    g_prepared.helper_thread = GetCurrentThreadId();
+    if (!g_prepared.write_dump) return 0;
+    const ScopedFile file = create_file(g_prepared.dump_name);
+    if (!file.valid()) return 0;
+    MINIDUMP_EXCEPTION_INFORMATION about = {g_prepared.reporting_thread, g_prepared.exception, FALSE};
+    g_prepared.dump_is_written = g_prepared.write_dump(GetCurrentProcess(), GetCurrentProcessId(), file.get(),
+                                                       kDumpType, &about, nullptr, nullptr) != FALSE;
+    return 0;
+}
+
+static void remove_old(const wchar_t* pattern, const char* extension, const char* written) {
+    wchar_t path[kPathSize];
+    lstrcpynW(path, g_prepared.folder, kPathSize);
+    if (lstrlenW(path) + lstrlenW(pattern) >= kPathSize) return;
+    lstrcatW(path, pattern);
+    WIN32_FIND_DATAW found;
+    HANDLE search = FindFirstFileW(path, &found);
+    if (search == INVALID_HANDLE_VALUE) return;
+    CrashFiles files = {};
+    do {
+        char name[MAX_PATH] = "";
+        char removed[kCrashFileNameSize];
+        WideCharToMultiByte(CP_UTF8, 0, found.cFileName, -1, name, sizeof name, nullptr, nullptr);
+        if (!crash_files_offer(&files, name, extension, written, removed)) continue;
+        path_in_folder(removed, path);
+        DeleteFileW(path);
+    } while (FindNextFileW(search, &found));
+    FindClose(search);
+}
+
+static DWORD WINAPI tidy(void* /*unused*/) {
+    g_prepared.helper_thread = GetCurrentThreadId();
+    remove_old(L"crash_*.txt", "txt", g_prepared.text_name);
+    remove_old(L"crash_*.dmp", "dmp", g_prepared.dump_name);
+    return 0;
+}
+
+static DWORD WINAPI show_box(void* /*unused*/) {
+    // wsprintf and not the runtime's: it needs no heap and writes a pointer as sixteen digits.
+    const EXCEPTION_RECORD* record = g_prepared.exception->ExceptionRecord;
+    char text[256];
+    wsprintfA(text, "Orvek.exe crashed!\nException code: 0x%08lX\nAddress: 0x%p", record->ExceptionCode,
+              record->ExceptionAddress);
+    MessageBoxA(nullptr, text, "Controller Crash", MB_OK | MB_ICONERROR);
+    return 0;
+}
+
+// False: there is no thread to be had.
+static bool run_aside(LPTHREAD_START_ROUTINE step, DWORD patience_ms) {
+    HANDLE helper = CreateThread(nullptr, 0, step, nullptr, 0, nullptr);
+    if (!helper) return false;
+    WaitForSingleObject(helper, patience_ms);
+    CloseHandle(helper);
+    return true;
+}
+
+static void note_time() {
+    SYSTEMTIME now;
+    GetLocalTime(&now);
+    g_prepared.time = {now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond};
+    crash_file_name(g_prepared.time, "txt", g_prepared.text_name);
+    crash_file_name(g_prepared.time, "dmp", g_prepared.dump_name);
+}
+
+// The report's own steps may fault on what is broken, and other threads may follow the first.
+static void meet_another_crash() {
+    if (GetCurrentThreadId() == g_prepared.helper_thread) TerminateThread(GetCurrentThread(), 1);
+    Sleep(INFINITE);  // the first one's report ends the process
+}
+
 static LONG WINAPI report_crash(EXCEPTION_POINTERS* exception) {
-    EXCEPTION_RECORD* record = exception->ExceptionRecord;
+    DWORD nobody = 0;
+    if (!g_prepared.reporting_thread.compare_exchange_strong(nobody, GetCurrentThreadId())) {
+        if (nobody == GetCurrentThreadId()) return EXCEPTION_EXECUTE_HANDLER;
+        meet_another_crash();
+    }
     one_controller_crashed();
-    if (HANDLE writer = CreateThread(nullptr, 0, write_log_line, record, 0, nullptr)) {
-        WaitForSingleObject(writer, kLogPatienceMs);
-        CloseHandle(writer);
-    }
-    if (!g_unattended.load()) {
-        // wsprintf and not the runtime's: it needs no heap and writes a pointer as sixteen digits.
-        char text[256];
-        wsprintfA(text, "Orvek.exe crashed!\nException code: 0x%08lX\nAddress: 0x%p", record->ExceptionCode,
-                  record->ExceptionAddress);
-        MessageBoxA(nullptr, text, "Controller Crash", MB_OK | MB_ICONERROR);
-    }
+    g_prepared.exception = exception;
+    note_time();
+    run_aside(write_log_line, kLogPatienceMs);
+    // The text is the surer of the two and tells whether there is a dump: it is written before it, and again after.
+    run_aside(write_text, kTextPatienceMs);
+    run_aside(write_dump, kDumpPatienceMs);
+    if (g_prepared.dump_is_written) run_aside(write_text, kTextPatienceMs);
+    run_aside(tidy, kTidyPatienceMs);
+    // The box has a thread of its own, too: on this one its message loop would let the broken program go on.
+    if (!g_prepared.unattended && !run_aside(show_box, INFINITE)) show_box(nullptr);
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
-void crash_report_install() {
+void crash_report_install(const char* log_path) {
+    g_prepared.main_thread = GetCurrentThreadId();
+    crash_report_set_log(log_path);
+    // From Windows' own folder: a program's folder often holds an old one.
+    if (HMODULE library = LoadLibraryExA("dbghelp.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32))
+        g_prepared.write_dump =
+            reinterpret_cast<WriteDump>(reinterpret_cast<void*>(GetProcAddress(library, "MiniDumpWriteDump")));
+    ULONG reserve = kReserveForOverflow;
+    SetThreadStackGuarantee(&reserve);
     SetUnhandledExceptionFilter(report_crash);
 }
 
 void crash_report_set_unattended() {
-    g_unattended.store(true);
+    g_prepared.unattended = true;
+}
+
+void crash_report_set_log(const char* path) {
+    wchar_t wide[kPathSize] = L"";
+    MultiByteToWideChar(CP_UTF8, 0, path, -1, wide, kPathSize);
+    const DWORD length = GetFullPathNameW(wide, kPathSize, g_prepared.log_path, nullptr);
+    if (length == 0 || length >= kPathSize) g_prepared.log_path[0] = L'\0';
+    lstrcpynW(g_prepared.folder, g_prepared.log_path, kPathSize);
+    int32_t end = lstrlenW(g_prepared.folder);
+    while (end > 0 && g_prepared.folder[end - 1] != L'\\') --end;
+    g_prepared.folder[end] = L'\0';
+}
+
+void crash_report_set_workers(const ProcessManager* processes) {
+    g_prepared.processes = processes;
 }

@@ -20,6 +20,9 @@
 #include "settings/settings_file.h"
 #include "settings/settings_values.h"
 
+static constexpr char kLogFile[] = "controller_debug.log";
+static constexpr char kSecondStartLog[] = "controller_second_start.log";
+
 // A window program has no console. A script's redirected output is used as it is, else the console of whoever
 // started us.
 static void print_usage() {
@@ -64,6 +67,7 @@ static void take_command_line(UiContext* ui, const CommandLine& command_line) {
 
 static int fail_start(const CommandLine& command_line, const char* text) {
     show_start_error(command_line, text);
+    crash_report_set_workers(nullptr);
     log_close();
     one_controller_release();
     return 1;
@@ -79,7 +83,8 @@ static void find_rig_folder(const char* settings_path, char folder[kSettingsPath
 
 // The running controller's log is open, and only it may move it aside: this start has a log of its own.
 static int refuse_start(const CommandLine& command_line, const RunningController& running, const char* folder) {
-    log_open("controller", 0, "controller_second_start.log");
+    log_open("controller", 0, kSecondStartLog);
+    crash_report_set_log(kSecondStartLog);
     log_error("%s", second_start_log_text(running).c_str());
     log_close();
     if (command_line.mode != kModeInteractive) return 1;
@@ -90,7 +95,7 @@ static int refuse_start(const CommandLine& command_line, const RunningController
 }
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE /*previous*/, LPSTR command_line_text, int /*show*/) {
-    crash_report_install();
+    crash_report_install(kLogFile);
 
     CommandLine command_line;
     const int32_t parsed = parse_command_line(command_line_text, &command_line);
@@ -108,7 +113,7 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE /*previous*/, LPSTR command_lin
     const ControllerClaim claim = one_controller_claim(folder, &running);
     if (claim == ControllerClaim::taken) return refuse_start(command_line, running, folder);
 
-    log_open("controller", 0, "controller_debug.log");
+    log_open("controller", 0, kLogFile);
     log_info("starting controller, settings: %s", settings_path);
     if (claim == ControllerClaim::unguarded) log_warn("controller: cannot tell whether another controller runs");
 
@@ -120,6 +125,7 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE /*previous*/, LPSTR command_lin
 
     const auto processes = std::make_unique<ProcessManager>();
     procmgr_init(processes.get());
+    crash_report_set_workers(processes.get());
     set_work_dir(processes.get(), settings_path);
 
     std::unique_ptr<UiContext> ui(new (std::nothrow) UiContext());
@@ -142,6 +148,7 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE /*previous*/, LPSTR command_lin
     main_window_destroy(ui.get());
     ui.reset();
     procmgr_release_all(processes.get());
+    crash_report_set_workers(nullptr);
     const bool unattended = command_line.mode != kModeInteractive;
     if (unattended) log_info("CLI mode: exit code %d", cli_exit_code);
     log_info("controller exiting");

@@ -194,16 +194,3 @@ void procmgr_release_all(ProcessManager* manager) {
         if (slot.state == kSlotStopped || slot.state == kSlotFailed) slot = {};
     }
 }
-
-const char* procmgr_state_name(uint32_t state) {
-    switch (state) {
-        case kSlotRunning:
-            return "Running";
-        case kSlotStopped:
-            return "Stopped";
-        case kSlotFailed:
-            return "Failed";
-        default:
-            return "Unknown";
-    }
-}

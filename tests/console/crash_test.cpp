@@ -1,11 +1,44 @@
 // A program that crashes says so, to the operator and in the log, and ends; without an operator it ends by itself.
+#include <algorithm>
+#include <cstdio>
 #include <string>
+#include <vector>
 
 #include "tests/console/console_test.h"
 #include "tests/console/remote.h"
+#include "tests/support/video_probe.h"
 
 namespace {
-class Crash : public ConsoleTest {};
+
+class Crash : public ConsoleTest {
+protected:
+    // File names, oldest first.
+    std::vector<std::string> reports(const char* extension) {
+        std::vector<std::string> names;
+        for (const std::string& path : files_in_folder(installation.folder, extension)) {
+            const std::string name = path.substr(path.rfind('\\') + 1);
+            if (name.starts_with("crash_")) names.push_back(name);
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+    std::string only_report() {
+        const std::vector<std::string> names = reports(".txt");
+        EXPECT_EQ(names.size(), 1u);
+        return names.empty() ? "" : installation_read(installation, names[0]);
+    }
+};
+
+bool has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+std::string hex(uint64_t value) {
+    char text[32];
+    snprintf(text, sizeof text, "0x%016llX", static_cast<unsigned long long>(value));
+    return text;
+}
+
 }  // namespace
 
 TEST_F(Crash, IsShownToTheOperatorWithCodeAndAddress) {
@@ -42,4 +75,77 @@ TEST_F(Crash, LeavesWorkersThatTheNextStartEnds) {
     EXPECT_TRUE(is_running(motion));
     start();
     EXPECT_FALSE(is_running(motion));
+}
+
+TEST_F(Crash, LeavesAReportThatSaysWhatWhereAndWhoRan) {
+    order_workers({"videogen exit 5"});
+    start_with({"feed_count=1"}, "--practice-test");
+    ASSERT_TRUE(log_shows(installation, "ERR videogen exited with code 5"));
+    ASSERT_TRUE(select_tab(console, kTabProcesses));
+    const std::string pid = std::to_string(console.pid);
+    std::string motion_pid;
+    for (const ListRow& row : process_rows(console))
+        if (row.process == "motion[1]") motion_pid = row.pid;
+    const uint64_t address = remote_crash_in_image(console);
+    EXPECT_EQ(static_cast<uint32_t>(console_wait_for_exit(&console, kPatienceMs)), 0xC0000005u);
+    const std::string text = only_report();
+    EXPECT_TRUE(text.starts_with("Orvek.exe crashed\n\nVersion:    " ORVEK_VERSION "\nTime:       20")) << text;
+    EXPECT_TRUE(has(text, "access violation (0xC0000005), executing at address " + hex(address) + "\n")) << text;
+    EXPECT_TRUE(has(text, "Address:    " + hex(address) + " = Orvek.exe+0x0\n")) << text;
+    EXPECT_TRUE(has(text, "Process:    " + pid + ", thread ")) << text;
+    const size_t motion = text.find("  motion[1] ");
+    const size_t videogen = text.find("  videogen ");
+    ASSERT_TRUE(motion != std::string::npos && videogen != std::string::npos) << text;
+    EXPECT_TRUE(text.substr(motion).starts_with("  motion[1]         PID " + motion_pid)) << text;
+    EXPECT_TRUE(has(text.substr(motion, text.find('\n', motion) - motion), "Running   restarts 0")) << text;
+    EXPECT_TRUE(has(text, "INF [controller:0] CLI: launching practice\n")) << "no log line";
+    EXPECT_TRUE(has(text, "ERR [controller:0] crashed: exception code 0xC0000005 at ")) << text;
+}
+
+TEST_F(Crash, LeavesADumpThatNamesTheException) {
+    start_with({"feed_count=1"}, "--capture-test");
+    const uint64_t address = remote_crash_in_image(console);
+    ASSERT_NE(console_wait_for_exit(&console, kPatienceMs), -1);
+    const std::vector<std::string> dumps = reports(".dmp");
+    ASSERT_EQ(dumps.size(), 1u);
+    const std::string text = only_report();
+    EXPECT_TRUE(has(text, "Dump:       " + dumps[0] + "\n")) << text;
+    EXPECT_EQ(dumps[0].substr(0, dumps[0].size() - 3), reports(".txt")[0].substr(0, dumps[0].size() - 3));
+    const std::string dump = installation_read(installation, dumps[0]);
+    ASSERT_TRUE(dump.starts_with("MDMP")) << dump.size();
+    // The exception's record: its code, flags, a next one (none) and the address.
+    const uint32_t code_and_flags[] = {0xC0000005u, 0u};
+    std::string record(reinterpret_cast<const char*>(code_and_flags), sizeof code_and_flags);
+    record.append(8, '\0').append(reinterpret_cast<const char*>(&address), sizeof address);
+    EXPECT_TRUE(has(dump, record));
+    RecordProperty("dump_bytes", static_cast<int>(dump.size()));
+}
+
+TEST_F(Crash, IsWrittenDownBeforeTheOperatorIsTold) {
+    start_with({});
+    remote_crash(console);
+    ASSERT_TRUE(wait_until([&] { return message_box(console) != nullptr; }));
+    const std::string text = only_report();
+    EXPECT_TRUE(has(text, "Address:    0x0000000000000000, in no module\n")) << text;
+    EXPECT_EQ(reports(".dmp").size(), 1u);
+    PostMessageW(message_box(console), WM_CLOSE, 0, 0);
+    EXPECT_NE(console_wait_for_exit(&console, kPatienceMs), -1);
+}
+
+TEST_F(Crash, KeepsTheLastTenReportsAndDumps) {
+    for (int32_t day = 10; day < 22; ++day)
+        for (const char* extension : {".txt", ".dmp"})
+            installation_write(installation, "crash_202001" + std::to_string(day) + "_120000" + extension, "old");
+    installation_write(installation, "crash_notes.txt", "the crew's own");
+    start_with({}, "--capture-test");
+    remote_crash(console);
+    ASSERT_NE(console_wait_for_exit(&console, kPatienceMs), -1);
+    for (const char* extension : {".txt", ".dmp"}) {
+        std::vector<std::string> names = reports(extension);
+        std::erase(names, "crash_notes.txt");
+        ASSERT_EQ(names.size(), 10u) << extension;
+        EXPECT_EQ(names[0], std::string("crash_20200113_120000") + extension);
+        EXPECT_FALSE(names[9].starts_with("crash_2020")) << names[9];
+    }
+    EXPECT_TRUE(installation_has(installation, "crash_notes.txt"));
 }

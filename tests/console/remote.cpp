@@ -91,3 +91,12 @@ void remote_crash(const Console& console) {
                                        page(console) + kCallAt, 0, nullptr);
     if (thread != nullptr) CloseHandle(thread);
 }
+
+uint64_t remote_crash_in_image(const Console& console) {
+    const auto function = reinterpret_cast<const void*>(&GetModuleHandleA);
+    const uint64_t image = remote_call(console, function);
+    HANDLE thread = CreateRemoteThread(console.process, nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(image),
+                                       nullptr, 0, nullptr);
+    if (thread != nullptr) CloseHandle(thread);
+    return image;
+}

@@ -105,7 +105,7 @@ TEST_F(SecondStart, FromAnotherFolderIsRefusedBecauseBothWouldShareTheRegions) {
 }
 
 TEST_F(SecondStart, BesideAnUnattendedRunIsRefusedAsWell) {
-    start_with_listed_worker("--practice-test");
+    start_with_listed_worker("--capture-test");  // which leaves the captures alone
     start_second(installation, "--practice-test");
     EXPECT_EQ(console_wait_for_exit(&second, kPatienceMs), 1);
     expect_the_first_unharmed();
