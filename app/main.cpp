@@ -20,6 +20,8 @@
 #include "settings/settings_file.h"
 #include "settings/settings_values.h"
 
+// Windows asks processes from high to low; children begin at 0x280.
+static constexpr DWORD kBeforeWorkers = 0x300;
 static constexpr char kLogFile[] = "controller_debug.log";
 static constexpr char kSecondStartLog[] = "controller_second_start.log";
 
@@ -96,6 +98,8 @@ static int refuse_start(const CommandLine& command_line, const RunningController
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE /*previous*/, LPSTR command_line_text, int /*show*/) {
     crash_report_install(kLogFile);
+    // At log-off we are asked before our workers are: they would be ended in the middle of a recording.
+    SetProcessShutdownParameters(kBeforeWorkers, 0);
 
     CommandLine command_line;
     const int32_t parsed = parse_command_line(command_line_text, &command_line);

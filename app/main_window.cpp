@@ -120,6 +120,17 @@ static bool on_close(UiContext* ui, WPARAM /*wp*/, LPARAM /*lp*/, LRESULT* /*res
     return true;
 }
 
+static bool on_query_end_session(UiContext* ui, WPARAM /*wp*/, LPARAM /*lp*/, LRESULT* result) {
+    main_window_session_may_end(ui);
+    *result = TRUE;
+    return true;
+}
+
+static bool on_end_session(UiContext* ui, WPARAM wp, LPARAM /*lp*/, LRESULT* /*result*/) {
+    main_window_session_ends(ui, wp != FALSE);
+    return true;
+}
+
 static bool on_destroy(UiContext* /*ui*/, WPARAM /*wp*/, LPARAM /*lp*/, LRESULT* /*result*/) {
     PostQuitMessage(0);
     return true;
@@ -139,6 +150,8 @@ constexpr MessageEntry<UiContext> kMessages[] = {
     {WM_KEYDOWN, on_key_down},
     {WM_HELP, on_help_key},
     {WM_CLOSE, on_close},
+    {WM_QUERYENDSESSION, on_query_end_session},
+    {WM_ENDSESSION, on_end_session},
     {WM_DESTROY, on_destroy},
 };
 

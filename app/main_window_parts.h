@@ -36,3 +36,7 @@ void main_window_timer(UiContext* ui, uintptr_t id);
 
 // main_window_close.cpp: saves, tells the workers to end, ends them, and leaves the message loop.
 void main_window_close(UiContext* ui);
+
+// main_window_end_session.cpp: Windows asks whether it may end the session, and says whether it does.
+void main_window_session_may_end(UiContext* ui);
+void main_window_session_ends(UiContext* ui, bool ends);

@@ -1,12 +1,15 @@
+#include "app/keep_awake.h"
 #include "app/main_window_parts.h"
 #include "app/test_modes.h"
 #include "app/timers.h"
 #include "app/ui_context.h"
 #include "procs/feed_orchestration.h"
+#include "procs/feeds_running.h"
 #include "procs/force_video.h"
 
 static void on_process_poll(UiContext* ui) {
     procmgr_poll(ui->processes);
+    keep_awake(&ui->kept_awake, feeds_running(*ui->processes));
     if (ui->current_tab == kTabProcesses) ui_rebuild_processes(ui);
     if (ui->current_tab == kTabFeeds) main_window_refresh_feeds_tab(ui);
 }

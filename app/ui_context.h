@@ -60,6 +60,7 @@ struct UiContext {
     HFONT font = nullptr;
     int32_t current_tab = kTabPreview;
     bool closing = false;
+    bool kept_awake = false;
     bool forwarding_wheel = false;
 
     char window_state_path[kSettingsPathSize + 32] = "";
