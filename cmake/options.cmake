@@ -27,7 +27,8 @@ function(orvek_product_options target)
   target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
 endfunction()
 
-# A Windows program that needs nothing beside Windows: everything static, every hardening switch the linker has.
+# A Windows program that needs nothing beside Windows: everything static, every hardening switch the linker has, and no
+# time of day.
 function(orvek_windows_program target)
-  target_link_options(${target} PRIVATE -static -Wl,--dynamicbase,--high-entropy-va,--nxcompat)
+  target_link_options(${target} PRIVATE -static -Wl,--dynamicbase,--high-entropy-va,--nxcompat,--no-insert-timestamp)
 endfunction()

@@ -66,7 +66,7 @@ struct ControlBlock {
     uint32_t grid_click_wait;         //  372  both, 20: 1 = the viewer takes the next click on that feed
     uint32_t grid_click_ready;        //  376  both, 20: 1 = the click is there
     int32_t grid_click_x;             //  380  workers, 20: in feed-picture pixels
-    int32_t grid_click_y;             //  384  workers, 20
+    int32_t grid_click_y;             //  384  workers, 20: likewise
     uint32_t grid_generation;         //  388  controller, 20: rises after each stored anchor
     uint32_t motion_idx[3];           //  392  workers, 6+feed: frames the motion worker has looked at
     int32_t feed_sync_offset[3];      //  404  both, 9: frames that align the feeds; feed 1 holds 0
