@@ -94,7 +94,9 @@ static inline const char* written_int(const char* at, int32_t* value) {
         return true;
     };
     if (!take_digit()) return nullptr;
-    static_cast<void>(take_digit() && take_digit() && take_digit());
+    if (take_digit()) {
+        if (take_digit()) take_digit();
+    }
     *value = negative ? -magnitude : magnitude;
     return at;
 }

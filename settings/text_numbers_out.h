@@ -23,7 +23,7 @@ struct SmallNumberText {
     uint8_t length;
 };
 
-inline constexpr std::array<SmallNumberText, 1000> kSmallNumberTexts = [] {
+constexpr std::array<SmallNumberText, 1000> all_small_number_texts() {
     std::array<SmallNumberText, 1000> all{};
     for (uint32_t i = 0; i < all.size(); ++i) {
         SmallNumberText* const text = &all[i];
@@ -32,7 +32,8 @@ inline constexpr std::array<SmallNumberText, 1000> kSmallNumberTexts = [] {
         text->digits[text->length++] = static_cast<char>('0' + i % 10);
     }
     return all;
-}();
+}
+inline constexpr std::array<SmallNumberText, 1000> kSmallNumberTexts = all_small_number_texts();
 
 // "%d". Nearly all numbers of our files have up to three digits: those come from a table.
 inline char* put_int(char* out, int32_t value) {

@@ -108,7 +108,7 @@ inline void plain_settings_line(Settings* s, const std::string& piece) {
     if (equals == std::string::npos) return;
     const std::string key = plain_trimmed(line.substr(0, equals));
     std::string value = plain_trimmed(line.substr(equals + 1));
-    value = value.substr(0, value.find_first_of("\r\n"));
+    value.resize(std::min(value.size(), value.find_first_of("\r\n")));
     for (size_t i = 0; i < value.size(); ++i)
         if (value[i] == '#' && (i == 0 || value[i - 1] == ' ' || value[i - 1] == '\t')) value.resize(i);
     value = plain_trimmed(value);
@@ -167,7 +167,8 @@ inline std::string plain_settings_format(const Settings* s) {
         } else if (row->type == SETTING_INT) {
             snprintf(line, sizeof line, "%s=%d\n", row->key, *reinterpret_cast<const int32_t*>(field));
         } else if (row->type == SETTING_FLOAT) {
-            const float number = *reinterpret_cast<const float*>(field);
+            float number = 0;
+            memcpy(&number, field, sizeof number);
             snprintf(line, sizeof line, "%s=%f\n", row->key, static_cast<double>(number));
         } else if (row->type == SETTING_STRING) {
             snprintf(line, sizeof line, "%s=%.255s\n", row->key, field);
