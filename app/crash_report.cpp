@@ -25,6 +25,7 @@ constexpr DWORD kLogPatienceMs = 1000;
 constexpr DWORD kTextPatienceMs = 3000;
 constexpr DWORD kDumpPatienceMs = 20000;
 constexpr DWORD kTidyPatienceMs = 3000;
+constexpr DWORD kBoxPatienceMs = 5000;  // until it is on the screen
 
 constexpr ULONG kReserveForOverflow = 32768;  // of the main thread's stack, for the handler
 constexpr int32_t kPathSize = 1024;
@@ -187,13 +188,45 @@ static DWORD WINAPI show_box(void* /*unused*/) {
     return 0;
 }
 
-// False: there is no thread to be had.
+// Whether the step came to its end in time.
 static bool run_aside(LPTHREAD_START_ROUTINE step, DWORD patience_ms) {
     HANDLE helper = CreateThread(nullptr, 0, step, nullptr, 0, nullptr);
     if (!helper) return false;
-    WaitForSingleObject(helper, patience_ms);
+    const DWORD result = WaitForSingleObject(helper, patience_ms);
     CloseHandle(helper);
-    return true;
+    return result == WAIT_OBJECT_0;
+}
+
+static void write_files() {
+    // The text is the surer of the two and tells whether there is a dump: it is written before it, and again after.
+    if (!run_aside(write_text, kTextPatienceMs)) {
+        // Most likely this thread holds a lock that everybody else needs, the heap's for example.
+        write_text(nullptr);
+        return;
+    }
+    run_aside(write_dump, kDumpPatienceMs);
+    if (g_prepared.dump_is_written) run_aside(write_text, kTextPatienceMs);
+    run_aside(tidy, kTidyPatienceMs);
+}
+
+static BOOL CALLBACK note_any_window(HWND /*window*/, LPARAM param) {
+    *reinterpret_cast<bool*>(param) = true;
+    return FALSE;
+}
+
+// On the crashed thread the box's message loop would let the broken program go on, so it has a thread of its own,
+// too, as long as that one comes so far.
+static void show_box_and_wait() {
+    DWORD id = 0;
+    HANDLE helper = CreateThread(nullptr, 0, show_box, nullptr, 0, &id);
+    bool shown = helper && WaitForSingleObject(helper, kBoxPatienceMs) == WAIT_OBJECT_0;
+    if (helper && !shown) EnumThreadWindows(id, note_any_window, reinterpret_cast<LPARAM>(&shown));
+    if (!shown) {
+        show_box(nullptr);
+        return;
+    }
+    WaitForSingleObject(helper, INFINITE);
+    CloseHandle(helper);
 }
 
 static void note_time() {
@@ -220,13 +253,8 @@ static LONG WINAPI report_crash(EXCEPTION_POINTERS* exception) {
     g_prepared.exception = exception;
     note_time();
     run_aside(write_log_line, kLogPatienceMs);
-    // The text is the surer of the two and tells whether there is a dump: it is written before it, and again after.
-    run_aside(write_text, kTextPatienceMs);
-    run_aside(write_dump, kDumpPatienceMs);
-    if (g_prepared.dump_is_written) run_aside(write_text, kTextPatienceMs);
-    run_aside(tidy, kTidyPatienceMs);
-    // The box has a thread of its own, too: on this one its message loop would let the broken program go on.
-    if (!g_prepared.unattended && !run_aside(show_box, INFINITE)) show_box(nullptr);
+    write_files();
+    if (!g_prepared.unattended) show_box_and_wait();
     return EXCEPTION_EXECUTE_HANDLER;
 }
 

@@ -149,3 +149,10 @@ TEST_F(Crash, KeepsTheLastTenReportsAndDumps) {
     }
     EXPECT_TRUE(installation_has(installation, "crash_notes.txt"));
 }
+
+TEST_F(Crash, OfAThreadThatHoldsTheHeapIsReportedAllTheSame) {
+    start_with({"feed_count=1"}, "--capture-test");
+    remote_crash_holding_heap(console);
+    EXPECT_EQ(static_cast<uint32_t>(console_wait_for_exit(&console, kPatienceMs)), 0xC0000005u);
+    EXPECT_TRUE(has(only_report(), "Exception:  access violation (0xC0000005)"));
+}

@@ -100,3 +100,27 @@ uint64_t remote_crash_in_image(const Console& console) {
     if (thread != nullptr) CloseHandle(thread);
     return image;
 }
+
+void remote_crash_holding_heap(const Console& console) {
+    constexpr size_t kCodeSize = 31;
+    constexpr size_t kFunctionAt = 6;
+    constexpr size_t kHeapAt = 16;
+    uint8_t code[kCodeSize] = {
+        0x48, 0x83, 0xEC, 0x28,                    // sub  rsp, 40
+        0x48, 0xB8, 0,    0,    0, 0, 0, 0, 0, 0,  // mov  rax, HeapLock
+        0x48, 0xB9, 0,    0,    0, 0, 0, 0, 0, 0,  // mov  rcx, heap
+        0xFF, 0xD0,                                // call rax
+        0x31, 0xC0,                                // xor  eax, eax
+        0xFF, 0xD0,                                // call rax
+        0xC3,                                      // ret
+    };
+    const uint64_t heap = remote_call(console, reinterpret_cast<const void*>(&GetProcessHeap));
+    const auto function = reinterpret_cast<uint64_t>(&HeapLock);
+    memcpy(code + kFunctionAt, &function, sizeof function);
+    memcpy(code + kHeapAt, &heap, sizeof heap);
+    WriteProcessMemory(console.process, page(console) + kDataAt, code, sizeof code, nullptr);
+    HANDLE thread =
+        CreateRemoteThread(console.process, nullptr, 0,
+                           reinterpret_cast<LPTHREAD_START_ROUTINE>(page(console) + kDataAt), nullptr, 0, nullptr);
+    if (thread != nullptr) CloseHandle(thread);
+}

@@ -26,5 +26,8 @@ uint64_t remote_call(const Console& console, const void* function, uint64_t a = 
 // Makes a thread of the program jump to address 0.
 void remote_crash(const Console& console);
 
+// The same on a thread that holds the lock of the program's heap.
+void remote_crash_holding_heap(const Console& console);
+
 // Makes a thread of the program jump to the beginning of Orvek.exe's image, which holds no code. Returns the address.
 uint64_t remote_crash_in_image(const Console& console);
