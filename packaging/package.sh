@@ -6,9 +6,12 @@
 
 readonly PACKAGE_DIR=$ROOT/build/package
 readonly PACKAGE_TOOLS=(zip unzip nsis)
+# The one place that knows it; the programs have it from there, too.
+PACKAGE_VERSION=$(sed -n 's/^project(Orvekline VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+readonly PACKAGE_VERSION
 
 package() {
-  local version commit_time out=$PACKAGE_DIR/out
+  local commit_time out=$PACKAGE_DIR/out
   setup
   install_packages package "${PACKAGE_TOOLS[@]}"
   [ -z "$(git status --porcelain)" ] || say "package: what is not committed is left out"
@@ -16,29 +19,30 @@ package() {
   rm -rf "$PACKAGE_DIR/source" "$PACKAGE_DIR/stage" "$out"
   mkdir -p "$PACKAGE_DIR/source" "$PACKAGE_DIR/stage" "$out"
   git archive HEAD | tar -x -C "$PACKAGE_DIR/source"
-  version=$(sed -n 's/^project(Orvekline VERSION \([0-9.]*\).*/\1/p' "$PACKAGE_DIR/source/CMakeLists.txt")
-  say "package: Orvekline $version, commit $(git log -1 --format=%h)"
+  say "package: Orvekline $PACKAGE_VERSION, commit $(git log -1 --format=%h)"
   build_package_programs
 
-  stage_product "$PACKAGE_DIR/stage/orvekline-$version"
-  stage_rig "$PACKAGE_DIR/stage/orvekline-$version-rig"
-  stage_contract "$PACKAGE_DIR/stage/orvekline-$version-worker-contract"
+  stage_product "$PACKAGE_DIR/stage/orvekline-$PACKAGE_VERSION"
+  stage_rig "$PACKAGE_DIR/stage/orvekline-$PACKAGE_VERSION-rig"
+  stage_contract "$PACKAGE_DIR/stage/orvekline-$PACKAGE_VERSION-worker-contract"
   # One time for every file, that of the commit, and one set of rights.
   find "$PACKAGE_DIR/stage" -type d -exec chmod 755 {} + -o -type f -exec chmod 644 {} +
   find "$PACKAGE_DIR/stage" -exec touch -h -d "@$commit_time" {} +
   local folder
   for folder in "$PACKAGE_DIR/stage"/*; do make_zip "$folder" "$out/${folder##*/}.zip"; done
-  make_installer "$version" "$commit_time" "$out/orvekline-$version-setup.exe"
+  make_installer "$PACKAGE_VERSION" "$commit_time" "$out/orvekline-$PACKAGE_VERSION-setup.exe"
   (cd "$out" && sha256sum -- * >SHA256SUMS && cat SHA256SUMS)
   say "package: build/package/out"
 }
 
+# Where the copy's own ./dev would build, so that the compiler's cache knows every file.
+readonly PACKAGE_BIN=$PACKAGE_DIR/source/build/windows/bin
+
 build_package_programs() {
   (
     cd "$PACKAGE_DIR/source"
-    if [ ! -f ../build/build.ninja ]; then cmake --preset windows -B ../build >../configure.log 2>&1 ||
-      { cat ../configure.log; exit 1; }; fi
-    cmake --build ../build --target "${PRODUCT[@]}"
+    cmake --preset windows >../configure.log 2>&1 || { cat ../configure.log; exit 1; }
+    cmake --build --preset windows --target "${PRODUCT[@]}"
   )
 }
 
@@ -48,8 +52,8 @@ stage_texts() { # folder
 
 stage_product() { # folder
   mkdir -p "$1/doc"
-  cp "$PACKAGE_DIR/build/bin/Orvek.exe" "$PACKAGE_DIR/build/bin/orvekctl.exe" "$1/"
-  cp -r "$PACKAGE_DIR/build/bin/doc/help" "$1/doc/"
+  cp "$PACKAGE_BIN/Orvek.exe" "$PACKAGE_BIN/orvekctl.exe" "$1/"
+  cp -r "$PACKAGE_BIN/doc/help" "$1/doc/"
   cp packaging/sample/settings.txt packaging/sample/jumpers.csv "$1/"
   stage_texts "$1"
 }
@@ -58,7 +62,7 @@ stage_rig() { # folder
   local program
   mkdir -p "$1"
   for program in capture motion videogen viewer practice_player capfile measure; do
-    cp "$PACKAGE_DIR/build/bin/$program.exe" "$1/"
+    cp "$PACKAGE_BIN/$program.exe" "$1/"
   done
   cp packaging/rig/README.md packaging/rig/rig.txt "$1/"
   stage_texts "$1"

@@ -177,6 +177,7 @@ run_tests() {
   say "test: the console in $CONSOLE_LANES lanes; units and services under Wine; sanitized units, fuzz targets and lint"
   for lane in $(seq "$CONSOLE_LANES"); do start_lane "console-$lane" under_wine "console-$lane" console_lane "$lane"; done
   start_lane services under_wine services services_lane
+  start_lane package under_wine package test_package
   start_lane processor processor_lane
   finish_lanes
   say "test: alone on the machine, what measures time or runs the whole simulated rig"

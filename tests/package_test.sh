@@ -1,0 +1,94 @@
+# shellcheck shell=bash
+# What `./dev package` made, taken as whoever gets it takes it: unpacked, installed, run, uninstalled. Sourced by dev,
+# whose names it uses. Every check is one test.
+
+check() { # what, command...
+  local what=$1 status=0
+  shift
+  "$@" >"$TEST_DIR/package_check.log" 2>&1 </dev/null || status=$?
+  [ "$status" = 0 ] || tail -n 20 "$TEST_DIR/package_check.log"
+  count "package: $what" "$status"
+}
+
+is_there() { # files...
+  local file
+  for file in "$@"; do [ -f "$file" ] || { echo "$file is missing"; return 1; }; done
+}
+
+is_gone() {
+  local file
+  for file in "$@"; do [ ! -e "$file" ] || { echo "$file is still there"; return 1; }; done
+}
+
+says() { # wanted text, command...
+  local wanted=$1 said
+  shift
+  said=$("$@" 2>&1) || { echo "status $?: $said"; return 1; }
+  case $said in *"$wanted"*) ;; *) echo "says: $said"; return 1 ;; esac
+}
+
+# The same commit packed again, from a new copy and a new build.
+packs_alike() {
+  cp "$PACKAGE_DIR/out/SHA256SUMS" "$TEST_DIR/first_sums" && package >/dev/null &&
+    diff "$TEST_DIR/first_sums" "$PACKAGE_DIR/out/SHA256SUMS"
+}
+
+example_compiles() { # folder of the contract
+  x86_64-w64-mingw32-g++-posix -std=c++17 -Wall -Wextra -Werror -O2 -I"$1" -static -o "$1/motion.exe" "$1/minimal_worker.cpp"
+}
+
+starts_and_closes() { # folder of the console
+  (cd "$1" && ORVEK_RIG_MAX_SECONDS=60 timeout 120 "$WINE" Orvek.exe --capture-test --duration 1) &&
+    grep -q 'controller exiting' "$1/controller_debug.log" && is_there "$1/settings.txt"
+}
+
+installs() { # folder
+  timeout 120 "$WINE" "$PACKAGE_DIR/out/orvekline-$PACKAGE_VERSION-setup.exe" /S "/D=$(winepath_of "$1")" &&
+    is_there "$1/Orvek.exe" "$1/orvekctl.exe" "$1/settings.txt" "$1/doc/help/index.html" "$1/uninstall.exe"
+}
+
+# The uninstaller goes on in a copy of itself, which is waited for by what it removes last.
+uninstalls() { # folder
+  timeout 120 "$WINE" "$1/uninstall.exe" /S
+  local tries
+  for tries in $(seq 100); do [ -e "$1/uninstall.exe" ] || break; sleep 0.2; done
+  [ "$tries" -lt 100 ] && is_gone "$1/Orvek.exe" "$1/orvekctl.exe" "$1/doc" "$1/LICENSE.txt"
+}
+
+winepath_of() { windows_path "$1" | tr / '\\'; }
+
+start_menu_entries() {
+  find "$WINEPREFIX/drive_c" -path '*Start Menu/Programs/Orvekline/*.lnk' | wc -l
+}
+
+test_package() {
+  local work=$TEST_DIR/package folder
+  package >"$TEST_DIR/package.log" 2>&1 || { tail -n 20 "$TEST_DIR/package.log"; count "package" 1; return; }
+  rm -rf "$work"
+  mkdir -p "$work"
+  for folder in "" -rig -worker-contract; do
+    check "the archive orvekline$folder is whole" unzip -q "$PACKAGE_DIR/out/orvekline-$PACKAGE_VERSION$folder.zip" -d "$work"
+  done
+  check "the sums are right" sh -c "cd '$PACKAGE_DIR/out' && sha256sum --check --quiet SHA256SUMS"
+  check "the same commit gives the same bytes" packs_alike
+  check "the example worker compiles as C++17 from the contract alone" \
+    example_compiles "$work/orvekline-$PACKAGE_VERSION-worker-contract"
+  check "every field of the control block stands in the contract" \
+    grep -q '| 9768 | `force_request` |' "$work/orvekline-$PACKAGE_VERSION-worker-contract/contract.md"
+
+  folder=$work/orvekline-$PACKAGE_VERSION
+  check "orvekctl of the archive runs" says "min_blob_sizes[0]" "$WINE" "$folder/orvekctl.exe" settings list
+  check "the console of the archive tells its options" says "--capture-test" "$WINE" "$folder/Orvek.exe" --help
+  check "the console of the archive starts and closes" starts_and_closes "$folder"
+
+  folder=$work/installed
+  check "the installer installs" installs "$folder"
+  check "the Start menu shows it" test "$(start_menu_entries)" = 2
+  echo "the operator's" >"$folder/settings.txt"
+  echo "a film" >"$folder/cap_0.mp4"
+  check "it installs over an older version" installs "$folder"
+  check "the operator's settings stay" grep -q "the operator's" "$folder/settings.txt"
+  check "the uninstaller removes the programs" uninstalls "$folder"
+  check "it keeps settings and recordings" is_there "$folder/settings.txt" "$folder/jumpers.csv" "$folder/cap_0.mp4"
+  check "it takes itself out of the Start menu" test "$(start_menu_entries)" = 0
+}
