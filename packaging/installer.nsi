@@ -1,6 +1,6 @@
 ; The installer: for one user, without administrator's rights, into a folder that the console may write into, because
 ; its settings, logs and start list lie beside it. Silently: orvekline-VERSION-setup.exe /S [/D=C:\folder]
-Unicode true
+Target amd64-unicode ; as the console, which no 32-bit Windows runs
 SetCompressor /SOLID lzma
 SetDateSave off
 RequestExecutionLevel user
