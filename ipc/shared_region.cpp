@@ -72,6 +72,21 @@ int32_t shmem_open(const char* name, uint64_t size, SharedRegion* region) {
     return 0;
 }
 
+uint64_t shmem_held_bytes(const void* view) {
+    MEMORY_BASIC_INFORMATION info = {};
+    return view && VirtualQuery(view, &info, sizeof info) != 0 ? info.RegionSize : 0;
+}
+
+uint64_t shmem_held_bytes_of(const char* name) {
+    const ScopedHandle mapping(OpenFileMappingA(FILE_MAP_READ, FALSE, name));
+    if (!mapping.valid()) return 0;
+    const void* const view = MapViewOfFile(mapping.get(), FILE_MAP_READ, 0, 0, 0);
+    if (!view) return 0;
+    const uint64_t held = shmem_held_bytes(view);
+    UnmapViewOfFile(view);
+    return held;
+}
+
 void shmem_close(SharedRegion* region) {
     if (!region) return;
     if (region->view) {

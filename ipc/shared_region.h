@@ -19,5 +19,12 @@ int32_t shmem_create(const char* name, uint64_t size, SharedRegion* region);
 // region that does not exist gives -1 without a log line, because callers poll for it.
 int32_t shmem_open(const char* name, uint64_t size, SharedRegion* region);
 
+// The bytes from the base of a mapped view to its end, pages counted whole: creating and opening take a region as it
+// is, also one that another program made too small. 0 for null.
+uint64_t shmem_held_bytes(const void* view);
+
+// The same for a region that is not mapped here; 0 when there is none.
+uint64_t shmem_held_bytes_of(const char* name);
+
 // Unpins, unmaps and closes, as far as there is something to; harmless on a closed region or null.
 void shmem_close(SharedRegion* region);

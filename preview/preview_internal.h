@@ -23,6 +23,9 @@ void preview_unmap_sources(PreviewPanel* panel);
 // Tries again for a control block that could not be had at creation. Without the reset: workers that found the block
 // first may be at work in it.
 void preview_retry_control_block(PreviewPanel* panel);
+// Whether the bytes up to `end` of one of the mapped views are there. A region that another program made smaller than
+// agreed would take the console down when a slot past its end is read; it is named in the log once.
+bool preview_holds(PreviewPanel* panel, const void* view, uint64_t end);
 void preview_load_regions(PreviewPanel* panel, int32_t feed);
 
 // frame_log_file.cpp: opens the log when it is wanted and not open; appends the refresh's row where it is; closes it.

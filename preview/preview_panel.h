@@ -73,8 +73,11 @@ struct PreviewPanel {
     SharedRegion control;
     SharedRegion channel[kFeedCount][kChannelCount];  // [f][0] is the pane's own
     SharedRegion output[2];
+    uint64_t channel_held[kFeedCount][kChannelCount];  // the bytes they really have
+    uint64_t output_held[2];
     bool combined_on_output;  // the combined pane was set up on an output region
     bool outputs_mapped;      // both
+    uint32_t too_small;       // regions named in the log for their size, a bit each (preview_sources.cpp)
     PreviewPane pane[kPaneCount];
     // As the last refresh read them, 0 without a control block.
     int32_t live_channel;       // whatever stands there, also an impossible one

@@ -73,19 +73,26 @@ static PaneContent feed_content(PreviewPanel* panel, const ControlBlock* control
             pane.ignore_rect};
 }
 
+static bool has_frame(PreviewPanel* panel, int32_t feed) {
+    const PreviewPane& pane = panel->pane[feed];
+    return pane.connected && pane.view &&
+           preview_holds(panel, pane.view, feed_slot_offset(panel->slot[feed]) + kFeedSlotStride);
+}
+
 static void render_feed(PreviewPanel* panel, const ControlBlock* control, int32_t feed) {
     PreviewPane& pane = panel->pane[feed];
-    if (!pane.connected || !pane.view) return;
+    const bool had_picture = pane.has_picture;
+    pane.has_picture = has_frame(panel, feed);
+    if (!pane.has_picture) return;
     const PaneBitmap bitmap = bitmap_of(&pane);
     note_header(&pane, panel->slot[feed]);
     const PaneContent content = feed_content(panel, control, feed, bitmap);
-    if (!needs_drawing(pane.has_picture, pane.drawn, content)) return;
+    if (!needs_drawing(had_picture, pane.drawn, content)) return;
     convert_slot(feed_slot_picture(pane.view, panel->slot[feed]), bitmap);
     if (content.marked) overlay_mark_motion(bitmap, pane.motion_rect, pane.ignore_rect, content.mark);
     overlay_motion_outline(bitmap, pane.motion_rect);
     overlay_ignore_region(bitmap, pane.ignore_rect);
     pane.drawn = content;
-    pane.has_picture = true;
 }
 
 // Asks the control block which output region and slot to show; without one no output frame is known.
@@ -102,7 +109,7 @@ static CombinedSource find_combined_source(PreviewPanel* panel, const ControlBlo
     inputs.output_frame_idx = follow_output(panel, control);
     inputs.output_source = panel->pane[kCombinedPane].view != nullptr;
     inputs.display_type = panel->pane[1].display_type;
-    for (int32_t feed = 0; feed < kFeedCount; ++feed) inputs.feed_connected[feed] = panel->pane[feed].connected;
+    for (int32_t feed = 0; feed < kFeedCount; ++feed) inputs.feed_connected[feed] = panel->pane[feed].has_picture;
     return combined_source(inputs);
 }
 
@@ -119,6 +126,9 @@ static void render_combined(PreviewPanel* panel, const ControlBlock* control) {
     content.width = bitmap.width;
     content.height = bitmap.height;
     if (source.kind == CombinedKind::output) {
+        combined.has_picture =
+            preview_holds(panel, combined.view, output_slot_offset(source.slot) + kOutputSlotStride);
+        if (!combined.has_picture) return;
         content.frame = output_stamp(combined.view, source.slot);
     } else {
         content.frame = feed_stamp(panel, 1);

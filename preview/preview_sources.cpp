@@ -8,12 +8,50 @@
 #include "preview/preview_decisions.h"
 #include "preview/preview_internal.h"
 
+// The regions' bits in panel->too_small.
+static constexpr int32_t kOutputBit = kFeedCount * kChannelCount;
+static constexpr int32_t kControlBit = kOutputBit + kOutputRegionCount;
+
+// Once per region: it is met again at every refresh.
+static void log_too_small(PreviewPanel* panel, int32_t bit, const char* name, uint64_t held, uint64_t needed) {
+    const uint32_t mask = 1u << bit;
+    if ((panel->too_small & mask) == 0) {
+        log_error("preview: '%s' is too small (%llu bytes, %llu needed) — not used", name,
+                  static_cast<unsigned long long>(held), static_cast<unsigned long long>(needed));
+    }
+    panel->too_small |= mask;
+}
+
+bool preview_holds(PreviewPanel* panel, const void* view, uint64_t end) {
+    char name[32];
+    for (int32_t feed = 0; feed < kFeedCount; ++feed) {
+        for (int32_t channel = 0; channel < kChannelCount; ++channel) {
+            if (panel->channel[feed][channel].view != view) continue;
+            const uint64_t held = panel->channel_held[feed][channel];
+            if (held >= end) return true;
+            feed_region_name(name, feed, channel);
+            log_too_small(panel, feed * kChannelCount + channel, name, held, end);
+            return false;
+        }
+    }
+    for (int32_t output = 0; output < kOutputRegionCount; ++output) {
+        if (panel->output[output].view != view) continue;
+        if (panel->output_held[output] >= end) return true;
+        output_region_name(name, output);
+        log_too_small(panel, kOutputBit + output, name, panel->output_held[output], end);
+        return false;
+    }
+    return false;
+}
+
 static bool open_feed(PreviewPanel* panel, int32_t feed, int32_t channel) {
     SharedRegion& region = panel->channel[feed][channel];
     if (region.view) return true;
     char name[32];
     feed_region_name(name, feed, channel);
-    return shmem_open(name, kFeedRegionSize, &region) == 0;
+    if (shmem_open(name, kFeedRegionSize, &region) != 0) return false;
+    panel->channel_held[feed][channel] = shmem_held_bytes(region.view);
+    return true;
 }
 
 static bool open_output(PreviewPanel* panel, int32_t output) {
@@ -21,7 +59,9 @@ static bool open_output(PreviewPanel* panel, int32_t output) {
     if (region.view) return true;
     char name[32];
     output_region_name(name, output);
-    return shmem_open(name, kOutputRegionSize, &region) == 0;
+    if (shmem_open(name, kOutputRegionSize, &region) != 0) return false;
+    panel->output_held[output] = shmem_held_bytes(region.view);
+    return true;
 }
 
 // The pane's own mapping is channel 0; the refresh moves on to the live channel.
@@ -43,8 +83,18 @@ static bool connect_combined_to_output(PreviewPanel* panel) {
     return true;
 }
 
+// Attaching would take a block as it is, and clearing it would write past its end.
+static bool map_control_block(PreviewPanel* panel) {
+    const uint64_t held = shmem_held_bytes_of(kControlBlockName);
+    if (held != 0 && held < kControlBlockSize) {
+        log_too_small(panel, kControlBit, kControlBlockName, held, kControlBlockSize);
+        return false;
+    }
+    return shmem_create(kControlBlockName, kControlBlockSize, &panel->control) == 0;
+}
+
 static void create_control_block(PreviewPanel* panel) {
-    if (shmem_create(kControlBlockName, kControlBlockSize, &panel->control) != 0) return;
+    if (!map_control_block(panel)) return;
     LARGE_INTEGER counter, frequency;
     if (!QueryPerformanceCounter(&counter) || !QueryPerformanceFrequency(&frequency)) {
         counter.QuadPart = frequency.QuadPart = 0;
@@ -117,8 +167,7 @@ void preview_reconnect_sources(PreviewPanel* panel) {
 }
 
 void preview_retry_control_block(PreviewPanel* panel) {
-    if (panel->control.view) return;
-    shmem_create(kControlBlockName, kControlBlockSize, &panel->control);
+    if (!panel->control.view) map_control_block(panel);
 }
 
 void preview_unmap_sources(PreviewPanel* panel) {

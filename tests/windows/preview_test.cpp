@@ -176,6 +176,61 @@ TEST(Preview, ShowsTheNewestCompleteSlotOfTheLiveChannel) {
     EXPECT_EQ(middle_pixel(rig.panel->pane[1])[0], 70);
 }
 
+TEST(Preview, ASlotBeyondTheEndOfARegionThatIsTooSmallIsNeverRead) {
+    const auto feed1 = make_feed(1, 0, 1), feed0 = make_feed(0, 0);
+    paint_feed_slot(*feed1, 0, 50);
+    const auto output0 = make_output(0, 1), output1 = make_output(1, 1);
+    LogCapture log;
+    PreviewRig rig;
+    rig.create();
+    preview_set_active(rig.panel.get(), true);
+    rig.control()->feed[0][0].nw = 2;
+    rig.control()->feed[1][0].nw = 2;
+    rig.control()->output_frame_idx = -1;
+    preview_refresh(rig.panel.get());
+    EXPECT_EQ(middle_pixel(rig.panel->pane[1])[0], 50) << "what is there can be shown";
+    log.take();
+
+    rig.control()->feed[1][0].nw = 522;  // slot 0 again, then one far behind the end
+    preview_refresh(rig.panel.get());
+    rig.control()->feed[1][0].nw = 1;
+    for (int32_t refresh = 0; refresh < 3; ++refresh) preview_refresh(rig.panel.get());
+    EXPECT_FALSE(rig.panel->pane[1].has_picture);
+    EXPECT_TRUE(rig.panel->pane[0].has_picture) << "the others go on";
+    EXPECT_FALSE(rig.panel->pane[kCombinedPane].has_picture);
+    EXPECT_EQ(log.take(),
+              (std::vector<std::string>{"ERR preview: 'Local\\SkiJumpFeed_1_0' is too small (1556480 bytes, "
+                                        "808837120 needed) — not used"}));
+    rig.control()->output_frame_idx = 519;
+    preview_refresh(rig.panel.get());
+    EXPECT_FALSE(rig.panel->pane[kCombinedPane].has_picture);
+    EXPECT_EQ(log.count("ERR preview: 'Local\\SkiJumpOutput_1' is too small (3112960 bytes, 1617543232 needed) — not "
+                        "used"),
+              1);
+    rig.control()->output_frame_idx = 0;
+    rig.control()->feed[1][0].nw = 2;
+    preview_refresh(rig.panel.get());
+    EXPECT_TRUE(rig.panel->pane[1].has_picture) << "a slot that is there is shown again";
+    EXPECT_TRUE(rig.panel->pane[kCombinedPane].has_picture);
+}
+
+TEST(Preview, AControlBlockThatIsTooSmallIsLeftAloneUntilAWholeOneCanBeMade) {
+    LogCapture log;
+    PreviewRig rig;
+    {
+        WorkerRegion small(kControlBlockName, 4096);
+        rig.create();
+        EXPECT_EQ(rig.control(), nullptr);
+        preview_set_active(rig.panel.get(), true);
+        preview_refresh(rig.panel.get());
+        preview_refresh(rig.panel.get());
+        EXPECT_EQ(log.count("ERR preview: 'Local\\SkiJumpControl' is too small (4096 bytes, 9776 needed) — not used"),
+                  1);
+    }
+    preview_refresh(rig.panel.get());
+    EXPECT_NE(rig.control(), nullptr);
+}
+
 // How long a refresh takes while another thread sits on the mutexes.
 static ULONGLONG refresh_ms_while_held(PreviewRig& rig, const std::vector<int32_t>& mutexes) {
     std::promise<void> held, done;

@@ -124,6 +124,16 @@ TEST_F(SharedRegions, AFailureToPinIsAWarningAndTheViewIsUsable) {
     second_.size = 0;  // nothing is locked, nothing to unlock
 }
 
+TEST_F(SharedRegions, HowMuchARegionReallyHoldsCanBeAsked) {
+    EXPECT_EQ(shmem_held_bytes_of(kName), 0u) << "there is none";
+    EXPECT_EQ(shmem_held_bytes(nullptr), 0u);
+    ASSERT_EQ(shmem_create(kName, kSize, &first_), 0);
+    EXPECT_EQ(shmem_held_bytes_of(kName), 102400u) << "whole pages";
+    ASSERT_EQ(shmem_open(kName, 100 * kSize, &second_), 0) << "the expectation is not checked";
+    EXPECT_EQ(shmem_held_bytes(second_.view), 102400u);
+    EXPECT_EQ(second_.size, 100 * kSize);
+}
+
 TEST_F(SharedRegions, ARegionVanishesWithItsLastHolder) {
     ASSERT_EQ(shmem_create(kName, kSize, &first_), 0);
     ASSERT_EQ(shmem_open(kName, kSize, &second_), 0);
