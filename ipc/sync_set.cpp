@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include "app/log.h"
+#include "ipc/shared_access.h"
 
 // The handle at `index`, null where there is none.
 static HANDLE mutex_at(const IpcSyncSet* set, int32_t index) {
@@ -50,10 +51,25 @@ bool ipc_is_open(const IpcSyncSet* set) {
     return mutex_at(set, 0) != nullptr;
 }
 
+// A mutex that hangs is waited for sixty times a minute: the beginning and the end of it make a line each.
+static void log_wait(IpcSyncSet* set, int32_t index, DWORD result) {
+    const bool in_vain = result == WAIT_TIMEOUT;
+    const bool before = shared_load(set->given_up[index]) != 0;
+    if (result == WAIT_ABANDONED) log_warn("ipc: mutex %d was left by a process that died holding it", index);
+    if (in_vain == before) return;
+    shared_store(set->given_up[index], static_cast<uint8_t>(in_vain ? 1 : 0));
+    if (in_vain) {
+        log_warn("ipc: mutex %d is held for more than %u ms — going ahead without it", index, kLockTimeoutMs);
+    } else {
+        log_info("ipc: mutex %d is to be had again", index);
+    }
+}
+
 int32_t ipc_lock(IpcSyncSet* set, int32_t index) {
     const HANDLE mutex = mutex_at(set, index);
     if (!mutex) return -1;
     const DWORD result = WaitForSingleObject(mutex, kLockTimeoutMs);
+    log_wait(set, index, result);
     return result == WAIT_OBJECT_0 || result == WAIT_ABANDONED ? 0 : -1;
 }
 

@@ -8,6 +8,7 @@
 struct IpcSyncSet {
     void* mutex[kSyncObjectCount];
     void* event[kSyncObjectCount];
+    uint8_t given_up[kSyncObjectCount];  // 1: the last wait for the mutex was in vain, and the log says so
 };
 
 // Creates or opens all objects. Returns 0; on a failure, which it logs, closes what it has and returns -1.
@@ -18,6 +19,7 @@ bool ipc_is_open(const IpcSyncSet* set);
 
 // Takes mutex `index`, waiting kLockTimeoutMs at most. Returns 0 when it is owned now, also when a dead process left
 // it; -1 on time-out, bad index or null. Callers go ahead either way: a hung worker must never freeze the console.
+// What a worker did wrong is logged: the first wait in vain, the mutex had again after it, a dead owner.
 int32_t ipc_lock(IpcSyncSet* set, int32_t index);
 void ipc_unlock(IpcSyncSet* set, int32_t index);
 

@@ -132,10 +132,12 @@ TEST_F(SyncSet, AMutexWhoseOwnerDiedCountsAsAcquired) {
     ChildProcess child("hold mutex", {"5", "die"});
     ASSERT_TRUE(child.wait_ended());
     ASSERT_EQ(child.exit_code(), 7u);
+    log_.take();
     EXPECT_EQ(ipc_lock(&set_, 5), 0);
     ipc_unlock(&set_, 5);
     EXPECT_EQ(ipc_lock(&set_, 5), 0);
     ipc_unlock(&set_, 5);
+    EXPECT_EQ(log_.take(), (Lines{"WRN ipc: mutex 5 was left by a process that died holding it"}));
 }
 
 TEST_F(SyncSet, AHungOwnerCostsOneSecondAndKeepsItsMutex) {
@@ -149,6 +151,23 @@ TEST_F(SyncSet, AHungOwnerCostsOneSecondAndKeepsItsMutex) {
         EXPECT_LT(waited_ms, 3000u);
         ipc_unlock(&set_, 9);  // fails harmlessly: the second attempt waits as long
     }
+}
+
+TEST_F(SyncSet, AHungOwnerIsNamedOnceAndSoIsItsEnd) {
+    log_.take();
+    {
+        ChildProcess child("hold mutex", {"9", "live"});
+        ASSERT_TRUE(child.wait_ready());
+        EXPECT_EQ(ipc_lock(&set_, 9), -1);
+        EXPECT_EQ(ipc_lock(&set_, 9), -1);
+        EXPECT_EQ(log_.take(), (Lines{"WRN ipc: mutex 9 is held for more than 1000 ms — going ahead without it"}));
+    }
+    EXPECT_EQ(ipc_lock(&set_, 9), 0);
+    ipc_unlock(&set_, 9);
+    EXPECT_EQ(ipc_lock(&set_, 9), 0);
+    ipc_unlock(&set_, 9);
+    EXPECT_EQ(log_.take(), (Lines{"WRN ipc: mutex 9 was left by a process that died holding it",
+                                  "INF ipc: mutex 9 is to be had again"}));
 }
 
 TEST(SyncSetCreation, AForeignObjectUnderAMutexNameFailsAndClosesEverything) {
