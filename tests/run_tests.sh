@@ -107,6 +107,7 @@ stop_lanes() {
   for prefix in "$TEST_DIR"/prefix-*; do
     [ ! -d "$prefix" ] || WINEPREFIX=$prefix "$WINESERVER" -k 2>/dev/null || true
   done
+  unmount_soak_volume
   [ -z "${LANES_TMPDIR:-}" ] || rm -rf "$LANES_TMPDIR"
 }
 
@@ -162,6 +163,7 @@ processor_lane() {
 alone_lane() {
   suite services-wine-alone "$WINE" "$WINDOWS_BIN/windows_tests.exe" "--gtest_filter=$SERVICES_ALONE"
   suite console-wine-alone "$WINE" "$WINDOWS_BIN/console_tests.exe" "--gtest_filter=$CONSOLE_ALONE"
+  soak_lane
 }
 
 run_tests() {

@@ -1,0 +1,58 @@
+# shellcheck shell=bash
+# How the endurance run is started; sourced by dev, whose names (ROOT, WINE, under_wine, ...) it uses.
+
+# The settings folder of the run lies on a small volume of its own, which can be full and read-only without harm to
+# anything else. Only root can have one; without it the run says what it leaves out.
+readonly SOAK_VOLUME=$ROOT/build/soak/volume
+
+mount_soak_volume() {
+  [ "$(id -u)" = 0 ] || return 1
+  unmount_soak_volume
+  mkdir -p "$SOAK_VOLUME"
+  mount -t tmpfs -o size=96m tmpfs "$SOAK_VOLUME" 2>/dev/null
+}
+
+unmount_soak_volume() {
+  mountpoint -q "$SOAK_VOLUME" 2>/dev/null || return 0
+  chattr -i "$SOAK_VOLUME" 2>/dev/null || true
+  umount "$SOAK_VOLUME" 2>/dev/null || umount -l "$SOAK_VOLUME" || true
+}
+
+# Inside a prefix and a display of its own.
+soak_run() { # minutes, seed
+  local status=0 report=$ROOT/build/soak/report-$2.json
+  mkdir -p "$ROOT/build/soak"
+  if mount_soak_volume; then
+    ORVEK_SOAK_FOLDER=$(windows_path "$SOAK_VOLUME")
+    export ORVEK_SOAK_FOLDER
+  fi
+  "$WINE" "$WINDOWS_BIN/soak.exe" "$1" "$2" "$(windows_path "$report")" </dev/null >"${report%.json}.txt" 2>&1 || status=$?
+  unmount_soak_volume
+  return "$status"
+}
+
+# ./dev soak MINUTES [SEED]: the whole rig under faults; figures on the screen and, as JSON, in build/soak.
+soak() {
+  local minutes=${1:-10} seed=${2:-$((RANDOM * 32768 + RANDOM))} status=0
+  setup
+  build "${PRODUCT[@]}" soak || die "the build failed"
+  mkdir -p "$TEST_DIR"
+  # shellcheck disable=SC2034 # under_wine and stop_lanes read it
+  LANES_TMPDIR=$(mktemp -d "${TMPDIR:-/tmp}/soak.XXXXXX")
+  trap 'unmount_soak_volume; stop_lanes' EXIT
+  trap 'exit 130' INT
+  trap 'exit 143' TERM
+  say "soak: $minutes minutes with seed $seed (progress: build/soak/report-$seed.txt)"
+  under_wine soak soak_run "$minutes" "$seed" || status=$?
+  sed -n '/^seed .* minutes/,$p' "$ROOT/build/soak/report-$seed.txt"
+  return "$status"
+}
+
+# The short form, for the tests: a minute or two with a seed that throws much.
+readonly SOAK_TEST_SEED=20
+soak_lane() {
+  local status=0 report=$ROOT/build/soak/report-$SOAK_TEST_SEED.txt
+  soak_run 1 "$SOAK_TEST_SEED" || status=$?
+  [ "$status" = 0 ] || sed -n '/^seed .* minutes/,$p' "$report"
+  count "soak ($(awk '/^all /{print $2 " faults thrown, " $3 " survived"}' "$report"))" "$status"
+}
