@@ -97,28 +97,33 @@ static void show_newest(const ControlBlock& block, int64_t now_us, int64_t pts, 
     ring->has_age = frame_age(now_us, block.sync_epoch_us, pts, &ring->newest_age_us);
 }
 
-static void look_at_feed_ring(int32_t region, uint32_t nw, int64_t now_us, RingHistory* history,
-                              StatusSnapshot* status) {
-    StatusRing& ring =
-        status->feed_ring[(region - kRegionFeeds) / kChannelCount][(region - kRegionFeeds) % kChannelCount];
+static void look_at_feed_ring(int32_t f, int32_t c, int64_t now_us, StatusWatch* watch, StatusSnapshot* status) {
+    const int32_t region = feed_region_number(f, c);
+    RingHistory& history = watch->feed_ring[f][c];
+    ClockHistory& clock = watch->feed_clock[f][c];
     if (!status->region[region].present) {
-        *history = {};
+        history = {};
+        clock = {};
         return;
     }
-    read_frames(region, ring_history_look(history, nw), history);
-    if (history->chained) show_newest(status->block, now_us, history->pts, history->seq, &ring);
-    ring.rate = ring_history_rate(*history, ring.newest_age_us);
-    ring.longest_us = history->longest_us;
-    ring.lost = history->lost;
-    ring.interruptions = history->interruptions;
+    const uint32_t nw = status->block.feed[f][c].nw;
+    StatusRing& ring = status->feed_ring[f][c];
+    clock_history_step(&clock, region, nw, now_us);
+    read_frames(region, ring_history_look(&history, nw), &history);
+    if (history.chained) show_newest(status->block, now_us, history.pts, history.seq, &ring);
+    ring.stamp_rate = ring_history_rate(history, ring.has_age && ring.newest_age_us <= kRateWindowUs);
+    ring.clock_rate = clock.rate;
+    ring.longest_us = history.longest_us;
+    ring.lost = history.lost;
+    ring.interruptions = history.interruptions;
 }
 
-static void look_at_output_ring(int64_t now_us, OutputHistory* history, StatusSnapshot* status) {
+static void look_at_output_ring(int64_t now_us, ClockHistory* clock, StatusSnapshot* status) {
     const int32_t shown = status->block.output_active == 0 ? 1 : 0;
     const int32_t frame = status->block.output_frame_idx;
     StatusRing& ring = status->output_ring[shown];
-    output_history_step(history, shown, frame, now_us);
-    ring.rate = history->rate;
+    clock_history_step(clock, shown, frame, now_us);
+    ring.clock_rate = clock->rate;
     if (frame < 0 || !status->region[kRegionOutputs + shown].present) return;
     const ScopedView view = view_region(kRegionOutputs + shown);
     if (!view.valid()) return;
@@ -129,10 +134,8 @@ static void look_at_output_ring(int64_t now_us, OutputHistory* history, StatusSn
 static void look_at_rings(StatusWatch* watch, StatusSnapshot* status) {
     const int64_t now_us = clock_us();
     for (int32_t f = 0; f < kFeedCount; ++f)
-        for (int32_t c = 0; c < kChannelCount; ++c)
-            look_at_feed_ring(feed_region_number(f, c), status->block.feed[f][c].nw, now_us, &watch->feed_ring[f][c],
-                              status);
-    look_at_output_ring(now_us, &watch->output, status);
+        for (int32_t c = 0; c < kChannelCount; ++c) look_at_feed_ring(f, c, now_us, watch, status);
+    look_at_output_ring(now_us, &watch->output_clock, status);
 }
 
 static void look_at_rates(StatusWatch* watch, StatusSnapshot* status) {

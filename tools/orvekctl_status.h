@@ -11,7 +11,8 @@
 struct StatusWatch {  // what one look must remember for the next
     FeedRates frames, motion;
     RingHistory feed_ring[kFeedCount][kChannelCount];
-    OutputHistory output;
+    ClockHistory feed_clock[kFeedCount][kChannelCount];
+    ClockHistory output_clock;
     int32_t mutex_held_looks[kSyncObjectCount] = {};
 };
 

@@ -15,7 +15,7 @@ static void take_sample(RingRate* rate, double now) {
     rate->minimum = rate->known ? std::min(rate->minimum, now) : now;
     rate->maximum = rate->known ? std::max(rate->maximum, now) : now;
     rate->now = now;
-    rate->known = true;
+    rate->known = rate->has_now = true;
 }
 
 FrameRange ring_history_look(RingHistory* history, uint32_t nw) {
@@ -63,18 +63,17 @@ void ring_history_add(RingHistory* history, int64_t pts, int64_t seq) {
     history->window_frames = 0;
 }
 
-RingRate ring_history_rate(const RingHistory& history, int64_t age_us) {
+RingRate ring_history_rate(const RingHistory& history, bool fresh) {
     RingRate rate = history.rate;
-    if (!rate.known) return rate;
-    rate.mean = per_second(history.frames, history.us);
-    if (age_us > kRateWindowUs) rate.now = 0.0;
+    rate.has_now = rate.known && fresh;
+    if (rate.known) rate.mean = per_second(history.frames, history.us);
     return rate;
 }
 
-void output_history_step(OutputHistory* history, int32_t region, int32_t frame, int64_t time_us) {
+void clock_history_step(ClockHistory* history, int32_t ring, int64_t frame, int64_t time_us) {
     const int64_t elapsed_us = difference(time_us, history->time_us);
-    const bool follows = history->started && region == history->region && history->frame >= 0 &&
-                         frame >= history->frame && elapsed_us > 0;
+    const bool follows = history->started && ring == history->ring && history->frame >= 0 && frame >= history->frame;
+    if (follows && elapsed_us < kShortestLookUs) return;
     if (follows) {
         const int64_t frames = frame - history->frame;
         history->frames += frames;
@@ -83,7 +82,7 @@ void output_history_step(OutputHistory* history, int32_t region, int32_t frame, 
         history->rate.mean = per_second(history->frames, history->us);
     }
     history->started = true;
-    history->region = region;
+    history->ring = ring;
     history->frame = frame;
     history->time_us = time_us;
 }

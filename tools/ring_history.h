@@ -1,6 +1,6 @@
-// What the time stamps in a ring's slots tell about its rate. The slots of a feed ring remember the last eight
-// seconds, so that even a single look has a mean and extremes; a watch reads only what has come since and keeps
-// adding up.
+// How fast a ring fills, told in two ways. By the time stamps in its slots: a feed ring remembers eight seconds, so
+// that even a single look has a mean and extremes, and a watch reads only what has come since. By the clock, from one
+// look to the next: a player that falls behind stamps its frames as evenly as ever, and only the clock shows it.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,9 @@
 inline constexpr uint32_t kReadableFrames = 480;
 inline constexpr int64_t kRateWindowUs = 1'000'000;
 
-struct RingRate {  // frames per second of time stamps, each value over one second but for the mean
+struct RingRate {  // frames per second; each value but the mean over a second, or from one look to the next
     bool known = false;
+    bool has_now = false;
     double now = 0.0;
     double mean = 0.0, minimum = 0.0, maximum = 0.0;
 };
@@ -41,22 +42,24 @@ FrameRange ring_history_look(RingHistory* history, uint32_t nw);
 // Adds one frame. `pts` in microseconds.
 void ring_history_add(RingHistory* history, int64_t pts, int64_t seq);
 
-// The rates so far. `now` is 0 when the newest frame is more than a second old; pass an age of 0 where it cannot be
-// told. Unknown until a second's worth of frames was seen.
-RingRate ring_history_rate(const RingHistory& history, int64_t age_us);
+// The rates so far; unknown until a second's worth of frames was seen. The stamps are those of now only when `fresh`:
+// the newest frame is known to be young. Old stamps are those of a ring that has stopped or of one that lags.
+RingRate ring_history_rate(const RingHistory& history, bool fresh);
 
-// The rate of an output ring, whose slots hold a movie and no clock: how fast the frame shown moves on.
-struct OutputHistory {
+// The rate by the clock.
+inline constexpr int64_t kShortestLookUs = 500'000;
+struct ClockHistory {
     bool started = false;
-    int32_t region = 0, frame = 0;
+    int32_t ring = 0;
+    int64_t frame = 0;
     int64_t time_us = 0;
     int64_t frames = 0, us = 0;
     RingRate rate;
 };
 
-// One look: region `region` shows frame `frame` at `time_us`. Another region, a frame further back or none at all
-// (negative) begins anew, but keeps what was added up.
-void output_history_step(OutputHistory* history, int32_t region, int32_t frame, int64_t time_us);
+// One look: ring `ring` has come to frame `frame` at `time_us`. Another ring, a frame further back or none at all
+// (negative) begins anew, but keeps what was added up. A look that follows too soon is left out.
+void clock_history_step(ClockHistory* history, int32_t ring, int64_t frame, int64_t time_us);
 
 // Microseconds from a frame's time stamp to the performance counter's `now_us`, both sides taken from `epoch_us` on.
 // False when that cannot be: more than a second ahead of the clock, or a year behind it.

@@ -155,23 +155,32 @@ static void append_decimal(std::string* out, const char* key, double value) {
     out->append(text);
 }
 
+static void append_rate(std::string* out, const char* key, const RingRate& rate) {
+    append_key(out, key);
+    if (!rate.known) {
+        out->append("null");
+        return;
+    }
+    out->push_back('{');
+    if (rate.has_now) {
+        append_decimal(out, "now", rate.now);
+    } else {
+        append_key(out, "now");
+        out->append("null");
+    }
+    append_decimal(out, "mean", rate.mean);
+    append_decimal(out, "min", rate.minimum);
+    append_decimal(out, "max", rate.maximum);
+    out->push_back('}');
+}
+
 // What a feed's and an output's ring have in common.
 static void append_ring(const StatusRing& ring, std::string* out) {
     append_key(out, "newest_seq");
     out->append(ring.has_newest ? std::to_string(ring.newest_seq) : "null");
     append_key(out, "newest_age_us");
     out->append(ring.has_age ? std::to_string(ring.newest_age_us) : "null");
-    append_key(out, "rate");
-    if (!ring.rate.known) {
-        out->append("null");
-        return;
-    }
-    out->push_back('{');
-    append_decimal(out, "now", ring.rate.now);
-    append_decimal(out, "mean", ring.rate.mean);
-    append_decimal(out, "min", ring.rate.minimum);
-    append_decimal(out, "max", ring.rate.maximum);
-    out->push_back('}');
+    append_rate(out, "clock_rate", ring.clock_rate);
 }
 
 // One element per ring that exists.
@@ -191,6 +200,7 @@ static void append_json_rings(const StatusSnapshot& status, std::string* out) {
             const StatusRing& ring = status.feed_ring[feed][channel];
             append_number(out, "nw", status.block.feed[feed][channel].nw);
             append_ring(ring, out);
+            append_rate(out, "stamp_rate", ring.stamp_rate);
             append_number(out, "longest_gap_us", ring.longest_us);
             append_number(out, "lost", ring.lost);
             append_number(out, "interruptions", ring.interruptions);

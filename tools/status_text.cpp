@@ -138,14 +138,19 @@ static void append_regions(const StatusSnapshot& status, std::string* out) {
     }
 }
 
-static void append_ring(const char* name, const char* counter, const StatusRing& ring, bool is_feed,
+static std::string rate_columns(const RingRate& rate) {
+    if (!rate.known) return "        -       -       -       -";
+    char now[32] = "        -";
+    char text[96];
+    if (rate.has_now) snprintf(now, sizeof now, " %8.1f", rate.now);
+    snprintf(text, sizeof text, "%s%8.1f%8.1f%8.1f", now, rate.mean, rate.minimum, rate.maximum);
+    return text;
+}
+
+static void append_ring(const std::string& name, const std::string& counter, const StatusRing& ring, bool is_feed,
                         std::string* out) {
-    char rates[64] = "        -       -       -       -";
     char frame[64] = "              -          -";
     char gaps[64] = "";
-    if (ring.rate.known)
-        snprintf(rates, sizeof rates, " %8.1f%8.1f%8.1f%8.1f", ring.rate.now, ring.rate.mean, ring.rate.minimum,
-                 ring.rate.maximum);
     if (ring.has_newest) {
         const int32_t length = snprintf(frame, sizeof frame, "%15lld", static_cast<long long>(ring.newest_seq));
         char* const age = frame + length;
@@ -159,24 +164,26 @@ static void append_ring(const char* name, const char* counter, const StatusRing&
     if (is_feed)
         snprintf(gaps, sizeof gaps, "%9.1f ms%7lld%7lld", static_cast<double>(ring.longest_us) / 1e3,
                  static_cast<long long>(ring.lost), static_cast<long long>(ring.interruptions));
-    append_line(out, "%-11s%12s%s%s%s", name, counter, rates, frame, gaps);
+    // The first look of a watch, or the only one, has no clock to go by.
+    const std::string rates = rate_columns(ring.clock_rate.known ? ring.clock_rate : ring.stamp_rate);
+    append_line(out, "%-11s%12s%s%s%s", name.c_str(), counter.c_str(), rates.c_str(), frame, gaps);
 }
 
 static void append_rings(const StatusSnapshot& status, std::string* out) {
     const ControlBlock& block = status.block;
-    append_line(out, "%-11s%12s %8s%8s%8s%8s%15s%10s%12s%7s%7s", "ring", "nw", "fps now", "mean", "min", "max",
+    append_line(out, "%-11s%12s %8s%8s%8s%8s%15s%10s%12s%7s%7s", "ring", "nw", status.has_rates ? "fps now" : "pts now", "mean", "min", "max",
                 "newest seq", "age", "longest gap", "lost", "breaks");
     for (int32_t f = 0; f < kFeedCount; ++f)
         for (int32_t c = 0; c < kChannelCount; ++c) {
             if (!status.region[feed_region_number(f, c)].present) continue;
             const std::string name = "feed " + std::to_string(f) + " ch " + std::to_string(c);
-            append_ring(name.c_str(), std::to_string(block.feed[f][c].nw).c_str(), status.feed_ring[f][c], true, out);
+            append_ring(name, std::to_string(block.feed[f][c].nw), status.feed_ring[f][c], true, out);
         }
     for (int32_t i = 0; i < kOutputRegionCount; ++i) {
         if (!status.region[kRegionOutputs + i].present) continue;
         const std::string name = "output " + std::to_string(i);
         const bool written = block.output_active == static_cast<uint32_t>(i);
-        append_ring(name.c_str(), written ? "written" : "shown", status.output_ring[i], false, out);
+        append_ring(name, written ? "written" : "shown", status.output_ring[i], false, out);
     }
 }
 

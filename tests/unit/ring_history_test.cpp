@@ -55,27 +55,27 @@ TEST(RingHistory, FramesThatNobodyLookedAtInTimeAreNoInterruption) {
     add_frames(&history, range.first, kReadableFrames);
     EXPECT_EQ(history.interruptions, 0);
     EXPECT_EQ(history.lost, 0);
-    EXPECT_DOUBLE_EQ(ring_history_rate(history, 0).mean, 50.0);
+    EXPECT_DOUBLE_EQ(ring_history_rate(history, true).mean, 50.0);
 }
 
 TEST(RingHistory, ACounterThatWentBackBeginsAnew) {
     RingHistory history;
     ring_history_look(&history, 101);
     add_frames(&history, 0, 100);
-    ASSERT_TRUE(ring_history_rate(history, 0).known);
+    ASSERT_TRUE(ring_history_rate(history, true).known);
     const FrameRange range = ring_history_look(&history, 5);
     EXPECT_EQ(range.first, 0u);
     EXPECT_EQ(range.end, 4u);
-    EXPECT_FALSE(ring_history_rate(history, 0).known);
+    EXPECT_FALSE(ring_history_rate(history, true).known);
     EXPECT_FALSE(history.chained);
 }
 
 TEST(RingHistory, TheRateIsUnknownUntilASecondWasSeen) {
     RingHistory history;
     add_frames(&history, 0, 50);
-    EXPECT_FALSE(ring_history_rate(history, 0).known);
+    EXPECT_FALSE(ring_history_rate(history, true).known);
     add_frames(&history, 50, 1);
-    const RingRate rate = ring_history_rate(history, 0);
+    const RingRate rate = ring_history_rate(history, true);
     ASSERT_TRUE(rate.known);
     EXPECT_DOUBLE_EQ(rate.now, 50.0);
     EXPECT_DOUBLE_EQ(rate.minimum, 50.0);
@@ -94,7 +94,7 @@ TEST(RingHistory, ASlowAndAFastSecondAreTheExtremesAndTheMeanCountsAllFrames) {
     second_of(40);
     second_of(100);
     second_of(50);
-    const RingRate rate = ring_history_rate(history, 0);
+    const RingRate rate = ring_history_rate(history, true);
     EXPECT_DOUBLE_EQ(rate.now, 50.0);
     EXPECT_DOUBLE_EQ(rate.minimum, 40.0);
     EXPECT_DOUBLE_EQ(rate.maximum, 100.0);
@@ -102,12 +102,13 @@ TEST(RingHistory, ASlowAndAFastSecondAreTheExtremesAndTheMeanCountsAllFrames) {
     EXPECT_EQ(history.longest_us, 25'000);
 }
 
-TEST(RingHistory, ARingThatStoodStillForMoreThanASecondHasNoRateNow) {
+TEST(RingHistory, OldStampsSayNothingAboutNow) {
     RingHistory history;
     add_frames(&history, 0, 51);
-    EXPECT_DOUBLE_EQ(ring_history_rate(history, 1'000'000).now, 50.0);
-    const RingRate rate = ring_history_rate(history, 1'000'001);
-    EXPECT_DOUBLE_EQ(rate.now, 0.0);
+    EXPECT_TRUE(ring_history_rate(history, true).has_now);
+    const RingRate rate = ring_history_rate(history, false);
+    EXPECT_TRUE(rate.known);
+    EXPECT_FALSE(rate.has_now);
     EXPECT_DOUBLE_EQ(rate.mean, 50.0);
 }
 
@@ -117,7 +118,7 @@ TEST(RingHistory, APauseIsAnInterruptionAndSpoilsNoRate) {
     add_frames(&history, 1000, 51);
     EXPECT_EQ(history.interruptions, 1);
     EXPECT_EQ(history.longest_us, kFrameUs);
-    EXPECT_DOUBLE_EQ(ring_history_rate(history, 0).minimum, 50.0);
+    EXPECT_DOUBLE_EQ(ring_history_rate(history, true).minimum, 50.0);
     EXPECT_EQ(history.lost, 0);
 }
 
@@ -148,15 +149,15 @@ TEST(RingHistory, SurvivesWhateverTheSlotsHold) {
         ring_history_add(&history, value, value);
     ring_history_add(&history, kMost - 1, kMost);
     ring_history_add(&history, kMost, kLeast);
-    EXPECT_FALSE(ring_history_rate(history, 0).known);
+    EXPECT_FALSE(ring_history_rate(history, true).known);
 }
 
-TEST(OutputHistory, MeasuresHowFastTheShownFrameMovesOn) {
-    OutputHistory history;
-    output_history_step(&history, 1, 0, 5'000'000);
+TEST(ClockHistory, MeasuresHowFastTheShownFrameMovesOn) {
+    ClockHistory history;
+    clock_history_step(&history, 1, 0, 5'000'000);
     EXPECT_FALSE(history.rate.known);
-    output_history_step(&history, 1, 60, 6'000'000);
-    output_history_step(&history, 1, 90, 8'000'000);
+    clock_history_step(&history, 1, 60, 6'000'000);
+    clock_history_step(&history, 1, 90, 8'000'000);
     ASSERT_TRUE(history.rate.known);
     EXPECT_DOUBLE_EQ(history.rate.now, 15.0);
     EXPECT_DOUBLE_EQ(history.rate.mean, 30.0);
@@ -164,14 +165,33 @@ TEST(OutputHistory, MeasuresHowFastTheShownFrameMovesOn) {
     EXPECT_DOUBLE_EQ(history.rate.maximum, 60.0);
 }
 
-TEST(OutputHistory, AMovieThatBeginsAgainOrMakesRoomForTheNextGivesNoRateOfItsOwn) {
-    OutputHistory history;
-    output_history_step(&history, 1, 100, 1'000'000);
-    output_history_step(&history, 1, 10, 2'000'000);
-    output_history_step(&history, 0, 40, 3'000'000);
-    output_history_step(&history, 0, -1, 4'000'000);
-    output_history_step(&history, 0, 5, 5'000'000);
-    output_history_step(&history, 0, 6, 5'000'000);
+TEST(ClockHistory, ARingThatStandsStillHasARateOfZero) {
+    ClockHistory history;
+    clock_history_step(&history, 3, 4'000'000'000, 1'000'000);
+    clock_history_step(&history, 3, 4'000'000'060, 2'000'000);
+    clock_history_step(&history, 3, 4'000'000'060, 3'000'000);
+    EXPECT_TRUE(history.rate.has_now);
+    EXPECT_DOUBLE_EQ(history.rate.now, 0.0);
+    EXPECT_DOUBLE_EQ(history.rate.mean, 30.0);
+}
+
+TEST(ClockHistory, ALookThatFollowsTooSoonIsLeftOut) {
+    ClockHistory history;
+    clock_history_step(&history, 0, 0, 1'000'000);
+    clock_history_step(&history, 0, 60, 1'000'000);
+    clock_history_step(&history, 0, 60, 1'499'999);
+    EXPECT_FALSE(history.rate.known);
+    clock_history_step(&history, 0, 60, 2'000'000);
+    EXPECT_DOUBLE_EQ(history.rate.now, 60.0);
+}
+
+TEST(ClockHistory, AMovieThatBeginsAgainOrMakesRoomForTheNextGivesNoRateOfItsOwn) {
+    ClockHistory history;
+    clock_history_step(&history, 1, 100, 1'000'000);
+    clock_history_step(&history, 1, 10, 2'000'000);
+    clock_history_step(&history, 0, 40, 3'000'000);
+    clock_history_step(&history, 0, -1, 4'000'000);
+    clock_history_step(&history, 0, 5, 5'000'000);
     EXPECT_FALSE(history.rate.known);
 }
 

@@ -50,9 +50,9 @@ StatusSnapshot practice_run() {
     s.region[kRegionJumpers] = {true, true, kJumperRegionSize};
     s.region[kRegionOutputs] = {true, true, kOutputRegionSize};
     s.region[kRegionOutputs + 1] = {true, true, 4096};
-    s.feed_ring[0][1] = {true, 6000, true, 35'400, {true, 60.04, 59.9, 31.0, 61.5}, 48'200, 3, 1};
-    s.feed_ring[2][1] = {true, 6002, false, 0, {}, 0, 0, 0};
-    s.output_ring[0] = {true, 5900, true, 1'500'000, {true, 30.0, 30.0, 0.0, 60.0}, 0, 0, 0};
+    s.feed_ring[0][1] = {true, 6000, true, 35'400, {true, true, 60.04, 59.9, 31.0, 61.5}, {}, 48'200, 3, 1};
+    s.feed_ring[2][1] = {true, 6002, false, 0, {true, false, 9.0, 50.0, 49.0, 51.0}, {}, 0, 0, 0};
+    s.output_ring[0] = {true, 5900, true, 1'500'000, {}, {true, true, 30.0, 30.0, 0.0, 60.0}, 0, 0, 0};
     s.has_jumpers = true;
     s.jumper_count = 12;
     for (int32_t i = 0; i < kSyncObjectCount; ++i) {
@@ -203,10 +203,10 @@ TEST(StatusText, TellsTheRunLineByLine) {
         "0 1000 2000 900 no 20 -1 ready not started",
         "1 1001 2001 901 yes 21 0 ready starting",
         "2 1002 2002 902 paused 22 1 ready attached",
-        "ring nw fps now mean min max newest seq age longest gap lost breaks",
+        "ring nw pts now mean min max newest seq age longest gap lost breaks",
         "feed 0 ch 1 1000 60.0 59.9 31.0 61.5 6000 0.035 s 48.2 ms 3 1",
         "feed 1 ch 1 1001 - - - - - - 0.0 ms 0 0",
-        "feed 2 ch 1 1002 - - - - 6002 - 0.0 ms 0 0",
+        "feed 2 ch 1 1002 - 50.0 49.0 51.0 6002 - 0.0 ms 0 0",
         "output 0 shown 30.0 30.0 0.0 60.0 5900 1.500 s",
         "output 1 written - - - - - -",
         "movie builder: ready viewer: attached",
@@ -253,6 +253,14 @@ TEST(StatusText, ShowsAReadinessWithoutANameAsANumberAndARunningWorkerOfUnknownN
     s.worker[0].image.clear();
     EXPECT_TRUE(has_line(s, "movie builder: 17 viewer: attached"));
     EXPECT_TRUE(has_line(s, "worker slot 0: pid 4711 ?"));
+}
+
+TEST(StatusText, GoesByTheClockAsSoonAsItHasOne) {
+    StatusSnapshot s = practice_run();
+    s.has_rates = true;
+    s.feed_ring[0][1].clock_rate = {true, true, 12.0, 13.0, 0.0, 60.0};
+    EXPECT_TRUE(has_line(s, "ring nw fps now mean min max newest seq age longest gap lost breaks"));
+    EXPECT_TRUE(has_line(s, "feed 0 ch 1 1000 12.0 13.0 0.0 60.0 6000 0.035 s 48.2 ms 3 1"));
 }
 
 TEST(StatusText, NamesOnlyTheSyncObjectsThatAreNotAtRest) {
@@ -316,16 +324,17 @@ TEST(StatusJson, ListsTheRingsThatExistWithTheirRates) {
     EXPECT_EQ(
         json_value(json, "rings"),
         "[{\"name\": \"Local\\\\SkiJumpFeed_0_1\", \"nw\": 1000, \"newest_seq\": 6000, \"newest_age_us\": 35400, "
-        "\"rate\": {\"now\": 60.0, \"mean\": 59.9, \"min\": 31.0, \"max\": 61.5}, \"longest_gap_us\": 48200, "
-        "\"lost\": 3, \"interruptions\": 1}, "
+        "\"clock_rate\": null, \"stamp_rate\": {\"now\": 60.0, \"mean\": 59.9, \"min\": 31.0, \"max\": 61.5}, "
+        "\"longest_gap_us\": 48200, \"lost\": 3, \"interruptions\": 1}, "
         "{\"name\": \"Local\\\\SkiJumpFeed_1_1\", \"nw\": 1001, \"newest_seq\": null, \"newest_age_us\": null, "
-        "\"rate\": null, \"longest_gap_us\": 0, \"lost\": 0, \"interruptions\": 0}, "
+        "\"clock_rate\": null, \"stamp_rate\": null, \"longest_gap_us\": 0, \"lost\": 0, \"interruptions\": 0}, "
         "{\"name\": \"Local\\\\SkiJumpFeed_2_1\", \"nw\": 1002, \"newest_seq\": 6002, \"newest_age_us\": null, "
-        "\"rate\": null, \"longest_gap_us\": 0, \"lost\": 0, \"interruptions\": 0}, "
+        "\"clock_rate\": null, \"stamp_rate\": {\"now\": null, \"mean\": 50.0, \"min\": 49.0, \"max\": 51.0}, "
+        "\"longest_gap_us\": 0, \"lost\": 0, \"interruptions\": 0}, "
         "{\"name\": \"Local\\\\SkiJumpOutput_0\", \"newest_seq\": 5900, \"newest_age_us\": 1500000, "
-        "\"rate\": {\"now\": 30.0, \"mean\": 30.0, \"min\": 0.0, \"max\": 60.0}}, "
+        "\"clock_rate\": {\"now\": 30.0, \"mean\": 30.0, \"min\": 0.0, \"max\": 60.0}}, "
         "{\"name\": \"Local\\\\SkiJumpOutput_1\", \"newest_seq\": null, \"newest_age_us\": null, "
-        "\"rate\": null}]");
+        "\"clock_rate\": null}]");
 }
 
 TEST(StatusJson, TellsEverySyncObjectsStateByIndex) {

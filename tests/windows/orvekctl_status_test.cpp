@@ -160,17 +160,23 @@ TEST_F(OrvekctlStatus, ReadsRateAndAgeFromTheSlotsOfAFeedsRing) {
     write_frames(0, 600);
     ASSERT_TRUE(status_read(&watch_, &status_));
     const StatusRing& ring = status_.feed_ring[1][2];
-    ASSERT_TRUE(ring.has_newest && ring.has_age && ring.rate.known);
+    ASSERT_TRUE(ring.has_newest && ring.has_age && ring.stamp_rate.known);
     EXPECT_EQ(ring.newest_seq, 7598);
     EXPECT_GE(ring.newest_age_us, 10'000'000);
     EXPECT_LT(ring.newest_age_us, 40'000'000);
-    EXPECT_DOUBLE_EQ(ring.rate.mean, 40.0);
-    EXPECT_DOUBLE_EQ(ring.rate.minimum, 40.0);
-    EXPECT_DOUBLE_EQ(ring.rate.now, 0.0);  // ten seconds without a frame
+    EXPECT_DOUBLE_EQ(ring.stamp_rate.mean, 40.0);
+    EXPECT_DOUBLE_EQ(ring.stamp_rate.minimum, 40.0);
+    EXPECT_FALSE(ring.stamp_rate.has_now);  // ten seconds old
+    EXPECT_FALSE(ring.clock_rate.known);
     EXPECT_EQ(ring.interruptions, 0);
     EXPECT_EQ(watch_.feed_ring[1][2].frames, kReadableFrames - 1);
     write_frames(599, 640);
+    Sleep(600);
     ASSERT_TRUE(status_read(&watch_, &status_));
+    const RingRate& clock = status_.feed_ring[1][2].clock_rate;
+    ASSERT_TRUE(clock.known && clock.has_now);
+    EXPECT_GT(clock.now, 0.0);
+    EXPECT_LE(clock.now, 40 / 0.6);
     EXPECT_EQ(status_.feed_ring[1][2].newest_seq, 7638);
     EXPECT_EQ(watch_.feed_ring[1][2].frames, kReadableFrames - 1 + 40);
     EXPECT_EQ(status_.feed_ring[1][2].lost, 0);
@@ -185,7 +191,7 @@ TEST_F(OrvekctlStatus, ARingMadeAnewUnderAnOldCounterHasNoFramesYet) {
     block->feed[0][0].nw = 1000;
     ASSERT_TRUE(status_read(&watch_, &status_));
     EXPECT_FALSE(status_.feed_ring[0][0].has_newest);
-    EXPECT_FALSE(status_.feed_ring[0][0].rate.known);
+    EXPECT_FALSE(status_.feed_ring[0][0].stamp_rate.known);
 }
 
 TEST_F(OrvekctlStatus, TellsTheFrameTheOutputShowsAndItsAge) {
