@@ -1,6 +1,6 @@
-// The least that a worker does: a detector that detects nothing. It stands in for motion.exe, follows its feed's frames
-// and shows every duty of a worker towards the console: attach, register, announce readiness, wake for frames, report
-// progress, obey, leave.
+// The least that a worker does: a detector that detects nothing. It stands in for motion.exe, follows its feed's
+// frames and shows every duty of a worker towards the console: attach, register, announce readiness, wake for frames,
+// report progress, obey, leave.
 //
 //   minimal_worker FEED [SETTINGS_FILE]
 //

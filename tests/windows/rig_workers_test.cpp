@@ -9,7 +9,9 @@
 #include "ipc/control_block.h"
 #include "ipc/frame_ring.h"
 #include "ipc/jumper_region.h"
+#include "ipc/scoped_handle.h"
 #include "ipc/shared_access.h"
+#include "ipc/sync_objects.h"
 #include "tests/support/temp_dir.h"
 
 namespace {
@@ -141,6 +143,21 @@ protected:
     ControlBlock* control = nullptr;
     PROCESS_INFORMATION child{};
 };
+
+// The example that is handed out to those who write workers of their own.
+TEST_F(RigWorkers, TheContractsMinimalWorkerDoesEveryDuty) {
+    start("minimal_worker.exe", "1 ");
+    ASSERT_TRUE(wait_until([&] { return shared_load(control->motion_ready[1]) == kWorkerReady; }));
+    EXPECT_EQ(shared_load(control->pid_slot[0]), child.dwProcessId);
+    write_frame(-1);
+    write_frame(-1);
+    const ScopedHandle wake(CreateEventA(nullptr, TRUE, FALSE, (kEventNamePrefix + std::to_string(7)).c_str()));
+    SetEvent(wake.get());
+    EXPECT_TRUE(frames_seen(2));
+    EXPECT_EQ(leave(), 0u);
+    EXPECT_EQ(shared_load(control->motion_ready[1]), kWorkerNotStarted);
+    EXPECT_EQ(shared_load(control->pid_slot[0]), 0u);
+}
 
 TEST_F(RigWorkers, MotionIsReadyWhileEverythingIsStillPaused) {
     start("motion.exe", "1 ");
