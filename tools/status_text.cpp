@@ -171,8 +171,9 @@ static void append_ring(const std::string& name, const std::string& counter, con
 
 static void append_rings(const StatusSnapshot& status, std::string* out) {
     const ControlBlock& block = status.block;
-    append_line(out, "%-11s%12s %8s%8s%8s%8s%15s%10s%12s%7s%7s", "ring", "nw", status.has_rates ? "fps now" : "pts now", "mean", "min", "max",
-                "newest seq", "age", "longest gap", "lost", "breaks");
+    append_line(out, "%-11s%12s %8s%8s%8s%8s%15s%10s%12s%7s%7s", "ring", "nw",
+                status.has_rates ? "fps now" : "pts now", "mean", "min", "max", "newest seq", "age", "longest gap",
+                "lost", "breaks");
     for (int32_t f = 0; f < kFeedCount; ++f)
         for (int32_t c = 0; c < kChannelCount; ++c) {
             if (!status.region[feed_region_number(f, c)].present) continue;

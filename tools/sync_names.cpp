@@ -15,7 +15,7 @@ constexpr Meaning kMutexMeanings[] = {
     {kMutexChannel, 1, "channel"},
     {kMutexNw, kFeedCount, "nw"},
     {kMutexMotionIdx, kFeedCount, "motion_idx"},
-    {kMutexOutput, 1, "output, sync offsets, motion, force_ack"},
+    {kMutexOutput, 1, "output/sync offsets/motion/force_ack"},
     {kMutexForceResult, 1, "force_result"},
     {kMutexForceStart, 1, "force_start_seq"},
     {kMutexForceEnd, 1, "force_end_seq"},
