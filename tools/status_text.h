@@ -33,8 +33,8 @@ struct StatusRing {           // a feed's ring, or the output ring that is shown
     int64_t newest_seq = 0;   //   number
     bool has_age = false;     //   and age, by its time stamp
     int64_t newest_age_us = 0;
-    RingRate stamp_rate;  // by time stamps; feed rings only
-    RingRate clock_rate;  // by the clock; from the second look on
+    RingRate stamp_rate;     // by time stamps; feed rings only
+    RingRate clock_rate;     // by the clock; from the second look on
     int64_t longest_us = 0;  // feed rings: longest time between two frames
     int64_t lost = 0;        //   frame numbers left out
     int64_t interruptions = 0;
