@@ -22,9 +22,9 @@ constexpr auto kDumpType = static_cast<MINIDUMP_TYPE>(MiniDumpWithDataSegs | Min
 // Every step may meet what is damaged, or a lock that the crashed thread holds. It therefore runs on a thread of its
 // own and is waited for no longer than this.
 constexpr DWORD kLogPatienceMs = 1000;
-constexpr DWORD kTextPatienceMs = 3000;
+constexpr DWORD kTextPatienceMs = 2000;
 constexpr DWORD kDumpPatienceMs = 20000;
-constexpr DWORD kTidyPatienceMs = 3000;
+constexpr DWORD kTidyPatienceMs = 2000;
 constexpr DWORD kBoxPatienceMs = 5000;  // until it is on the screen
 
 constexpr ULONG kReserveForOverflow = 32768;  // of the main thread's stack, for the handler

@@ -197,7 +197,8 @@ static void put_log(Writer* writer, const CrashFacts& facts) {
 }
 
 size_t crash_text(const CrashFacts& facts, char* out, size_t size) {
-    Writer writer = {out, size, 0};
+    Writer writer = {nullptr, size, 0};
+    writer.out = out;
     put(&writer, "");
     put_head(&writer, facts);
     put_workers(&writer, facts.processes);
@@ -206,7 +207,8 @@ size_t crash_text(const CrashFacts& facts, char* out, size_t size) {
 }
 
 void crash_file_name(const CrashTime& time, const char* extension, char out[kCrashFileNameSize]) {
-    Writer writer = {out, kCrashFileNameSize, 0};
+    Writer writer = {nullptr, kCrashFileNameSize, 0};
+    writer.out = out;
     put(&writer, kNameStart);
     put_date(&writer, time, "", "_", "");
     put(&writer, ".");
