@@ -15,16 +15,16 @@
 // The line buffer's contents in turn, each as the text functions see it.
 inline std::vector<std::string> plain_log_pieces(std::string_view log, size_t buffer_size) {
     std::string text;
+    text.reserve(log.size());
     for (size_t i = 0; i < log.size(); ++i)
         if (log[i] != '\r' || i + 1 == log.size() || log[i + 1] != '\n') text += log[i];
     std::vector<std::string> pieces;
-    std::string piece;
-    for (size_t i = 0; i < text.size(); ++i) {
-        piece += text[i];
-        if (piece.size() < buffer_size - 1 && text[i] != '\n' && i + 1 < text.size()) continue;
+    for (size_t at = 0; at < text.size();) {
+        const size_t line_end = std::min(text.find('\n', at), text.size() - 1) + 1;
+        std::string piece = text.substr(at, std::min(line_end - at, buffer_size - 1));
+        at += piece.size();
         if (piece.back() == '\n') piece.pop_back();
-        pieces.emplace_back(piece.substr(0, piece.find('\0')));
-        piece.clear();
+        pieces.emplace_back(piece.c_str());  // which ends at the first NUL
     }
     return pieces;
 }

@@ -402,17 +402,7 @@ static std::string hostile_log(std::mt19937* random, const std::string& feed) {
     return log;
 }
 
-// What the workspace holds of a feed with this log, as every instruction set reads it.
-static void expect_plain_records(const Logs& logs, std::string_view log, int32_t feed, int32_t* records) {
-    AutoSetupWorkspace* const workspace = logs.workspace.get();
-    const float* const meters = workspace->grid_valid[feed] ? workspace->meters_at_x[feed] : nullptr;
-    const PlainFeed plain = plain_motion_log(log, feed, 10, meters);
-    *records += logs.count(feed);
-    ASSERT_TRUE(plain_matches(*workspace, feed, plain)) << "feed " << feed << ":\n" << log;
-}
-
 TEST(MotionLog, AnyLogReadsAsThroughALineBufferKeyByKey) {
-    LogCapture quiet;
     const Logs logs;
     AutoSetupWorkspace* const workspace = logs.workspace.get();
     set_linear_grid(workspace, 1, -3.0f, 0.25f);
@@ -420,21 +410,27 @@ TEST(MotionLog, AnyLogReadsAsThroughALineBufferKeyByKey) {
     int32_t records = 0;
     for (int32_t round = 0; round < 6'700; ++round) {  // of three logs
         std::string log[kAnalysisFeeds];
+        PlainFeed plain[kAnalysisFeeds];
         for (int32_t feed = 0; feed < kAnalysisFeeds; ++feed) {
             // Some straddle the edge of the block that is read at once.
-            if (round % 50 == 0) log[feed].assign(kLogBlock - pick(&random, 1200), round % 100 == 0 ? '\n' : '.');
+            if (round % 100 == 0) log[feed].assign(kLogBlock - pick(&random, 1200), round % 200 == 0 ? '\n' : '.');
             log[feed] += hostile_log(&random, std::to_string(feed));
             logs.write(feed, log[feed]);
+            plain[feed] = plain_motion_log(log[feed], feed, 10,
+                                           workspace->grid_valid[feed] ? workspace->meters_at_x[feed] : nullptr);
         }
         for (const ByteScan* scan : byte_scans()) {
-            SCOPED_TRACE(scan->name);
+            // Each log with the best; with the others a fifth of them, since opening files takes its time.
+            if (scan != &best_byte_scan() && round % 5 != 0) continue;
             parse_motion_logs(workspace, logs.settings.get(), {.scan = scan});
             for (int32_t feed = 0; feed < kAnalysisFeeds; ++feed) {
-                expect_plain_records(logs, log[feed], feed, &records);
+                records += logs.count(feed);
+                ASSERT_TRUE(plain_matches(*workspace, feed, plain[feed]))
+                    << scan->name << ", round " << round << ", feed " << feed << ":\n"
+                    << log[feed];
                 workspace->ycum_max[feed] = workspace->ucum_max[feed] = workspace->vcum_max[feed] = 0;
             }
             workspace_release_blobs(workspace);
-            ASSERT_FALSE(HasFatalFailure()) << "round " << round;
         }
     }
     EXPECT_GT(records, 20'000);
