@@ -20,8 +20,7 @@ static Picture take_picture(int32_t left, int32_t top, int32_t width, int32_t he
     return picture;
 }
 
-bool save_screenshot(const std::string& path) {
-    const Picture picture = take_picture(0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN));
+static bool save_picture(const Picture& picture, const std::string& path) {
     FILE* file = fopen(path.c_str(), "wb");
     if (file == nullptr) return false;
     const auto size = static_cast<DWORD>(picture.bytes.size());
@@ -32,6 +31,14 @@ bool save_screenshot(const std::string& path) {
     fwrite(&info, sizeof info, 1, file);
     fwrite(picture.bytes.data(), 1, picture.bytes.size(), file);
     return fclose(file) == 0;
+}
+
+bool save_screenshot(const std::string& path) {
+    return save_screen_area({0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)}, path);
+}
+
+bool save_screen_area(RECT area, const std::string& path) {
+    return save_picture(take_picture(area.left, area.top, area.right - area.left, area.bottom - area.top), path);
 }
 
 Picture picture_of(HWND window, RECT client_area) {

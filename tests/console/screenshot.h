@@ -17,5 +17,6 @@ struct Picture {
 Picture picture_of(HWND window, RECT client_area);
 COLORREF pixel(const Picture& picture, int32_t x, int32_t y);
 
-// Writes the whole screen as a 24-bit BMP file.
+// Writes the whole screen, or a part of it, as a 24-bit BMP file.
 bool save_screenshot(const std::string& path);
+bool save_screen_area(RECT area, const std::string& path);
