@@ -24,22 +24,28 @@ static std::string host_path(std::string path) {
     return path.substr(2);
 }
 
+// A new name each time: one that was made just before the folder changed cannot be removed, but opened.
 static bool can_write(const Soak& soak) {
-    const std::string path = installation_path(soak.settings, "probe.dat");
-    HANDLE file =
-        CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    static int32_t asked = 0;
+    const std::string path = installation_path(soak.settings, "probe_" + std::to_string(++asked) + ".dat");
+    HANDLE file = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
     if (file == INVALID_HANDLE_VALUE) return false;
     CloseHandle(file);
+    DeleteFileA(path.c_str());
     return true;
 }
 
+// Again where a click of the operator's that was still under way has left the tab meanwhile.
 static void save_on_settings_tab(Soak* soak, int32_t command, const std::string& line) {
-    operator_tidies(soak);
     const ExpectedLine done = one_more(*soak, line);
-    if (!select_tab(soak->console, kTabSettings)) soak_fail(soak, "the Settings tab does not come");
-    send_command(soak->console, command);
-    if (!wait_until([&] { return log_count(soak->installation, done.pattern) >= done.times; }))
-        soak_fail(soak, "no line '" + line + "'");
+    const auto is_done = [&] { return log_count(soak->installation, done.pattern) >= done.times; };
+    for (int32_t attempt = 0; attempt < 5 && !is_done() && console_lives(*soak); ++attempt) {
+        operator_tidies(soak);
+        if (!select_tab(soak->console, kTabSettings)) soak_fail(soak, "the Settings tab does not come");
+        send_command(soak->console, command);
+        wait_until(is_done, 6000);
+    }
+    if (!is_done()) soak_fail(soak, "no line '" + line + "'");
 }
 
 // ---------------------------------------------------------------------------------------------------- settings.txt
@@ -101,16 +107,12 @@ static void make_folder_read_only(Soak* soak, const PlannedFault& fault) {
     const std::string folder = host_path(soak->settings.folder);
     const std::string blocker = installation_path(soak->settings, "settings.txt.tmp");
     run_on_host("/usr/bin/chattr", "+i \"" + folder + "\"");
-    const bool by_host = wait_until([&] { return !can_write(*soak); }, 5000);
     // Where the host cannot do it, a folder in the temporary file's place refuses in the same words.
-    if (!by_host) CreateDirectoryA(blocker.c_str(), nullptr);
+    if (!wait_until([&] { return !can_write(*soak); })) CreateDirectoryA(blocker.c_str(), nullptr);
     save_in_vain(soak, fault, {line});
-    if (by_host) {
-        run_on_host("/usr/bin/chattr", "-i \"" + folder + "\"");
-        if (!wait_until([&] { return can_write(*soak); })) soak_fail(soak, "the folder stays read-only");
-    } else {
-        RemoveDirectoryA(blocker.c_str());
-    }
+    run_on_host("/usr/bin/chattr", "-i \"" + folder + "\"");
+    if (!wait_until([&] { return can_write(*soak); })) soak_fail(soak, "the folder stays read-only");
+    RemoveDirectoryA(blocker.c_str());
     save_on_settings_tab(soak, kCmdSaveSettings, "settings saved to *");
 }
 
