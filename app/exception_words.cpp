@@ -8,6 +8,7 @@ struct ExceptionName {
 };
 
 constexpr ExceptionName kExceptions[] = {
+    {0x40000015, "aborted"},
     {0x40010005, "ended by Ctrl+C"},
     {0x80000002, "misaligned data"},
     {0x80000003, "breakpoint"},
@@ -27,7 +28,7 @@ constexpr ExceptionName kExceptions[] = {
     {0xC000013A, "ended by Ctrl+C"},
     {0xC0000142, "DLL failed to start"},
     {0xC0000374, "heap corruption"},
-    {0xC0000409, "stack buffer overrun"},
+    {0xC0000409, "stopped itself (fast fail)"},
     {0xC0000420, "assertion failed"},
     {0xE06D7363, "unhandled C++ exception"},
 };

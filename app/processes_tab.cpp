@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "app/commands.h"
+#include "procs/exit_words.h"
 
 namespace {
 
@@ -66,8 +67,8 @@ struct ListColumn {
     const char* title;
     int32_t width;
 };
-constexpr ListColumn kListColumns[] = {
-    {"Process", 120}, {"PID", 70}, {"State", 90}, {"Restarts", 70}, {"Command", 380}};
+constexpr ListColumn kListColumns[] = {{"Process", 120}, {"PID", 70},   {"State", 90}, {"Restarts", 70},
+                                       {"Command", 380}, {"Exit", 170}, {"Age", 90}};
 
 }  // namespace
 
@@ -128,7 +129,7 @@ static void set_cell(HWND list, int32_t row, int32_t column, const char* text) {
     SendMessageA(list, LVM_SETITEMTEXTA, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
 }
 
-static void append_row(HWND list, int32_t row, const ProcessSlot& slot) {
+static void append_row(HWND list, int32_t row, const ProcessSlot& slot, uint64_t now_ms) {
     LVITEMA item = {};
     item.mask = LVIF_TEXT;
     item.iItem = row;
@@ -142,6 +143,8 @@ static void append_row(HWND list, int32_t row, const ProcessSlot& slot) {
     snprintf(text, sizeof text, "%d", slot.restarts);
     set_cell(list, row, 3, text);
     set_cell(list, row, 4, slot.command_line);
+    set_cell(list, row, 5, exit_words(slot).c_str());
+    set_cell(list, row, 6, age_words(slot, now_ms).c_str());
 }
 
 void processes_tab_rebuild(ProcessesTab* tab, const ProcessManager* manager) {
@@ -149,12 +152,14 @@ void processes_tab_rebuild(ProcessesTab* tab, const ProcessManager* manager) {
     if (!list) return;
     const int selected = ListView_GetNextItem(list, -1, LVNI_SELECTED);
     const int top = ListView_GetTopIndex(list);
+    const int across = GetScrollPos(list, SB_HORZ);
+    const uint64_t now_ms = GetTickCount64();
 
     SendMessageA(list, WM_SETREDRAW, FALSE, 0);
     ListView_DeleteAllItems(list);
     int32_t rows = 0;
     for (const ProcessSlot& slot : manager->slots)
-        if (slot.state != kSlotEmpty) append_row(list, rows++, slot);
+        if (slot.state != kSlotEmpty) append_row(list, rows++, slot, now_ms);
 
     // Slots keep their place for a whole run, so a row number is as good as a name.
     if (selected >= 0 && selected < rows) {
@@ -164,6 +169,9 @@ void processes_tab_rebuild(ProcessesTab* tab, const ProcessManager* manager) {
         ListView_EnsureVisible(list, rows - 1, FALSE);
         ListView_EnsureVisible(list, top < rows ? top : rows - 1, FALSE);
     }
+    // An emptied list may have gone back to its left end.
+    const int moved = across - GetScrollPos(list, SB_HORZ);
+    if (moved != 0) ListView_Scroll(list, moved, 0);
     SendMessageA(list, WM_SETREDRAW, TRUE, 0);
     InvalidateRect(list, nullptr, FALSE);
 }

@@ -25,6 +25,11 @@ static void copy_bounded(char (&target)[size], const char* text) {
     snprintf(target, size, "%s", text ? text : "");
 }
 
+static void note_end(ProcessSlot* slot, ProcessEnding ending) {
+    slot->ending = ending;
+    slot->ended_ms = GetTickCount64();
+}
+
 // Starts the slot's command line in the slot.
 static int32_t launch(const ProcessManager* manager, ProcessSlot* slot) {
     char command_line[sizeof slot->command_line];  // CreateProcess writes into what it is given
@@ -32,6 +37,8 @@ static int32_t launch(const ProcessManager* manager, ProcessSlot* slot) {
     STARTUPINFOA startup = {};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION child = {};
+    slot->launched_ms = GetTickCount64();
+    slot->ending = kEndingNone;
     const char* const dir = manager->work_dir[0] != '\0' ? manager->work_dir : nullptr;
     if (!CreateProcessA(nullptr, command_line, nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, dir, &startup,
                         &child)) {
@@ -39,6 +46,7 @@ static int32_t launch(const ProcessManager* manager, ProcessSlot* slot) {
         log_error("CreateProcess failed for '%s': %lu", slot->name, error);
         slot->state = kSlotFailed;
         slot->exit_code = kLaunchFailedCode;
+        note_end(slot, kEndingNotStarted);
         return -1;
     }
     slot->process = child.hProcess;
@@ -50,22 +58,27 @@ static int32_t launch(const ProcessManager* manager, ProcessSlot* slot) {
 }
 
 // Notes the ended (or given up) child's code and lets go of its handle.
-static void collect_exit(ProcessSlot* slot) {
+static void collect_exit(ProcessSlot* slot, ProcessEnding ending) {
     DWORD code = 0;
     GetExitCodeProcess(slot->process, &code);
     slot->exit_code = code;
     CloseHandle(slot->process);
     slot->process = nullptr;
+    note_end(slot, ending);
 }
 
 // Terminates at once: children that need a clean end were told through the control block before.
 static void stop_running(ProcessSlot* slot, uint32_t timeout_ms) {
     slot->auto_restart = 0;
     log_info("stopping %s (PID %lu)", slot->name, static_cast<DWORD>(slot->pid));
+    // It may have crashed since the last poll; then that is how it ended.
+    ProcessEnding ending = has_ended(*slot) ? kEndingByItself : kEndingByConsole;
     TerminateProcess(slot->process, kStopExitCode);
-    if (WaitForSingleObject(slot->process, timeout_ms) == WAIT_TIMEOUT)
+    if (WaitForSingleObject(slot->process, timeout_ms) == WAIT_TIMEOUT) {
         log_error("timeout waiting for %s to exit", slot->name);
-    collect_exit(slot);
+        ending = kEndingGivenUp;
+    }
+    collect_exit(slot, ending);
     slot->state = kSlotStopped;
 }
 
@@ -139,7 +152,7 @@ int32_t procmgr_poll(ProcessManager* manager) {
         ProcessSlot* const slot = &manager->slots[i];
         if (!has_ended(*slot)) continue;
         ++exits;
-        collect_exit(slot);
+        collect_exit(slot, kEndingByItself);
         log_exit(*slot);
         slot->state = slot->exit_code != 0 ? kSlotFailed : kSlotStopped;
         // Without limit or back-off: a crashed detector comes back without the operator.
@@ -157,7 +170,7 @@ int32_t procmgr_collect_ended(ProcessManager* manager, uint32_t kind) {
             ++running;
             continue;
         }
-        collect_exit(slot);
+        collect_exit(slot, kEndingByItself);
         log_exit(*slot);
         slot->state = kSlotStopped;
     }

@@ -17,6 +17,15 @@ enum ProcessKind : uint32_t {
     kKindCapfile = 5
 };
 
+// How a slot's last process came to its end.
+enum ProcessEnding : uint32_t {
+    kEndingNone = 0,        // it has not
+    kEndingByItself = 1,    // or by somebody outside: the exit code tells
+    kEndingByConsole = 2,   // stopped here
+    kEndingGivenUp = 3,     // stopped here, but still not gone when its time was up
+    kEndingNotStarted = 4,  // it never ran
+};
+
 inline constexpr uint32_t kNoIndex = 0xFFFFFFFFu;  // of kinds that run once
 
 struct ProcessSlot {
@@ -28,6 +37,9 @@ struct ProcessSlot {
     uint32_t pid;
     uint32_t exit_code;  // last one; 0xFFFFFFFF when the launch failed
     int32_t restarts;
+    uint32_t ending;       // ProcessEnding
+    uint64_t launched_ms;  // when the last launch was tried; milliseconds since the system's start, as is the next
+    uint64_t ended_ms;     // when its end was noticed; counts once `ending` is set
     char command_line[1024];
     char name[64];
 };

@@ -60,7 +60,7 @@ int32_t current_tab(const Console& console);
 RECT tab_display_area(const Console& console);  // in main-window client coordinates
 
 struct ListRow {
-    std::string process, pid, state, restarts, command;
+    std::string process, pid, state, restarts, command, exit, age;
 };
 HWND process_list(const Console& console);
 std::vector<std::string> process_list_columns(const Console& console, std::vector<int32_t>* widths);

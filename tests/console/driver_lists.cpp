@@ -102,7 +102,8 @@ std::vector<ListRow> process_rows(const Console& console) {
     const auto count = static_cast<int32_t>(ask(list, LVM_GETITEMCOUNT, 0));
     for (int32_t row = 0; row < count; ++row)
         rows.push_back({cell(console, list, row, 0), cell(console, list, row, 1), cell(console, list, row, 2),
-                        cell(console, list, row, 3), cell(console, list, row, 4)});
+                        cell(console, list, row, 3), cell(console, list, row, 4), cell(console, list, row, 5),
+                        cell(console, list, row, 6)});
     return rows;
 }
 

@@ -1,5 +1,9 @@
 // Starting and stopping workers from the Processes tab. The workers are fakes: what counts is which children run,
 // what the list shows and what the log tells.
+#include <windows.h>  // before commctrl.h, which needs it
+
+#include <commctrl.h>
+
 #include <ostream>
 #include <string>
 #include <vector>
@@ -69,8 +73,8 @@ TEST_F(ProcessCommands, TheListShowsEveryChildWithItsCommandLine) {
     ASSERT_TRUE(running_children_become(console, "capture[2] motion[2]")) << "started with the program";
     std::vector<int32_t> widths;
     EXPECT_EQ(process_list_columns(console, &widths),
-              (std::vector<std::string>{"Process", "PID", "State", "Restarts", "Command"}));
-    EXPECT_EQ(widths, (std::vector<int32_t>{120, 70, 90, 70, 380}));
+              (std::vector<std::string>{"Process", "PID", "State", "Restarts", "Command", "Exit", "Age"}));
+    EXPECT_EQ(widths, (std::vector<int32_t>{120, 70, 90, 70, 380, 170, 90}));
 
     press_on(kTabProcesses, 211);
     press_on(kTabProcesses, 230);
@@ -325,6 +329,75 @@ TEST_F(ProcessCommands, AMissingProgramShowsAsFailedAndIsNeverTriedAgain) {
     ASSERT_TRUE(end_process(pid_of_child(console, "capture[0]")));
     ASSERT_TRUE(log_shows(installation, "ERR capture[0] exited with code 77")) << "a poll has passed";
     EXPECT_EQ(log_count(installation, "restarting *"), 0);
+}
+
+TEST_F(ProcessCommands, TheExitColumnTellsInWordsHowAWorkerEnded) {
+    order_workers({"viewer exit 0", "capture[2] exit 77"});
+    start_with({"feed_count=3"});
+    ASSERT_TRUE(DeleteFileA(installation_path(installation, "motion.exe").c_str()));
+    for (const int32_t id : {210, 211, 212, 220, 232}) press_on(kTabProcesses, id);
+    ASSERT_TRUE(running_children_become(console, "capture[0] capture[1]"));
+    EXPECT_EQ(cell_of(console, "capture[0]", &ListRow::exit), "") << "while it runs";
+    HANDLE process = OpenProcess(PROCESS_TERMINATE, FALSE, pid_of_child(console, "capture[0]"));
+    ASSERT_NE(process, nullptr);
+    ASSERT_TRUE(TerminateProcess(process, 0xC0000005));
+    CloseHandle(process);
+    press_on(kTabProcesses, 214);
+    ASSERT_TRUE(running_children_become(console, ""));
+    EXPECT_EQ(cell_of(console, "capture[0]", &ListRow::exit), "access violation");
+    EXPECT_EQ(cell_of(console, "capture[1]", &ListRow::exit), "ended by console");
+    EXPECT_EQ(cell_of(console, "capture[2]", &ListRow::exit), "code 77");
+    EXPECT_EQ(cell_of(console, "motion[0]", &ListRow::exit), "could not be started");
+    EXPECT_EQ(cell_of(console, "viewer", &ListRow::exit), "ended normally");
+}
+
+TEST_F(ProcessCommands, TheAgeColumnCountsFromTheStartAndThenFromTheEnd) {
+    start_with({"feed_count=1"});
+    press_on(kTabProcesses, 211);
+    ASSERT_TRUE(running_children_become(console, "capture[1]"));
+    const auto age_reaches = [&](const std::string& age) {
+        return wait_until([&] { return cell_of(console, "capture[1]", &ListRow::age) == age; });
+    };
+    EXPECT_TRUE(age_reaches("0:02")) << cell_of(console, "capture[1]", &ListRow::age);
+    EXPECT_TRUE(age_reaches("0:03")) << cell_of(console, "capture[1]", &ListRow::age);
+    press_on(kTabProcesses, 214);
+    ASSERT_TRUE(running_children_become(console, ""));
+    EXPECT_TRUE(age_reaches("0:02 ago")) << cell_of(console, "capture[1]", &ListRow::age);
+}
+
+TEST_F(ProcessCommands, TheListStaysWhereItWasScrolledAndKeepsItsSelection) {
+    installation_write(installation, "controller_window.ini", "x=40\ny=30\nwidth=800\nheight=600\n");
+    start_with({"feed_count=1"});
+    press_on(kTabProcesses, 232);
+    press_on(kTabProcesses, 232);
+    ASSERT_TRUE(running_children_become(console, "viewer viewer"));
+    HWND list = process_list(console);
+    HWND header = FindWindowExA(list, nullptr, "SysHeader32", nullptr);
+    ASSERT_NE(header, nullptr);
+    const auto header_left = [&] {
+        RECT at = {};
+        RECT frame = {};
+        GetWindowRect(header, &at);
+        GetWindowRect(list, &frame);
+        return at.left - frame.left;
+    };
+    const LONG before = header_left();
+    SendMessageA(list, WM_HSCROLL, SB_PAGERIGHT, 0);
+    const LONG scrolled = header_left();
+    ASSERT_LT(scrolled, before) << "too wide for the window";
+    PostMessageA(list, WM_KEYDOWN, VK_DOWN, 1);
+    PostMessageA(list, WM_KEYDOWN, VK_DOWN, 1);
+    const auto selected = [&] {
+        return static_cast<int32_t>(SendMessageA(list, LVM_GETNEXTITEM, static_cast<WPARAM>(-1), LVNI_SELECTED));
+    };
+    ASSERT_TRUE(wait_until([&] { return selected() == 1; }));
+    const std::string age = cell_of(console, "viewer", &ListRow::age);
+    for (int32_t second = 0; second < 2; ++second) {
+        ASSERT_TRUE(wait_until([&] { return cell_of(console, "viewer", &ListRow::age) != age; })) << "filled anew";
+        EXPECT_EQ(header_left(), scrolled);
+        EXPECT_EQ(selected(), 1);
+        Sleep(600);
+    }
 }
 
 TEST_F(ProcessCommands, ClosingEndsEveryChildAndRestartsNone) {

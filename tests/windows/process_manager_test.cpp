@@ -228,6 +228,41 @@ TEST_F(ProcessManagerTest, StoppingClearsAutoRestartSoThatNothingComesBack) {
     EXPECT_EQ(slot(0).state, kSlotStopped);
 }
 
+TEST_F(ProcessManagerTest, RemembersHowAndWhenEachChildEnded) {
+    const uint64_t before = GetTickCount64();
+    ASSERT_EQ(spawn(kKindCapture, 0, child_command_line("run")), 0);
+    ASSERT_EQ(spawn(kKindCapture, 1, child_command_line("run")), 1);
+    ASSERT_EQ(spawn(kKindCapture, 2, child_command_line("run")), 2);
+    EXPECT_EQ(spawn(kKindViewer, kNoIndex, "\"" + dir_.file("missing.exe") + "\""), -1);
+    EXPECT_EQ(slot(0).ending, kEndingNone);
+    EXPECT_GE(slot(0).launched_ms, before);
+    EXPECT_LE(slot(0).launched_ms, GetTickCount64());
+    kill_from_outside(slot(0).pid, 0xC0000005);
+    kill_from_outside(slot(1).pid, 0xC0000374);
+    EXPECT_EQ(procmgr_stop(&manager_, 1, kStopTimeoutMs), 0);
+    EXPECT_EQ(procmgr_stop(&manager_, 2, kStopTimeoutMs), 0);
+    EXPECT_EQ(procmgr_poll(&manager_), 1);
+    EXPECT_EQ(slot(0).ending, kEndingByItself);
+    EXPECT_EQ(slot(1).ending, kEndingByItself) << "it was dead before it was stopped";
+    EXPECT_EQ(slot(1).exit_code, 0xC0000374u);
+    EXPECT_EQ(slot(2).ending, kEndingByConsole);
+    EXPECT_EQ(slot(3).ending, kEndingNotStarted);
+    for (int32_t i = 0; i < 4; ++i) {
+        EXPECT_GE(slot(i).ended_ms, slot(i).launched_ms) << i;
+        EXPECT_LE(slot(i).ended_ms, GetTickCount64()) << i;
+    }
+}
+
+TEST_F(ProcessManagerTest, ARestartedChildBeginsANewLife) {
+    ASSERT_EQ(spawn(kKindMotion, 0, child_command_line("run"), 1), 0);
+    const uint64_t first = slot(0).launched_ms;
+    Sleep(50);
+    kill_from_outside(slot(0).pid, 5);
+    EXPECT_EQ(procmgr_poll(&manager_), 1);
+    EXPECT_EQ(slot(0).ending, kEndingNone);
+    EXPECT_GT(slot(0).launched_ms, first);
+}
+
 TEST_F(ProcessManagerTest, StoppingNothingIsFineAndABadSlotIsNot) {
     log_.take();
     EXPECT_EQ(procmgr_stop(&manager_, 16, 0), -1);
@@ -241,6 +276,7 @@ TEST_F(ProcessManagerTest, AChildThatDoesNotEndInTimeIsLoggedAndGivenUp) {
     EXPECT_EQ(procmgr_stop(&manager_, 0, 50), 0);
     EXPECT_EQ(log_.take(), (Lines{"INF stopping capfile[1] (PID 0)", "ERR timeout waiting for capfile[1] to exit"}));
     EXPECT_EQ(slot(0).state, kSlotStopped);
+    EXPECT_EQ(slot(0).ending, kEndingGivenUp);
     EXPECT_EQ(slot(0).process, nullptr);
 }
 
