@@ -119,6 +119,7 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE /*previous*/, LPSTR command_lin
 
     log_open("controller", 0, kLogFile);
     log_info("starting controller, settings: %s", settings_path);
+    log_info("Orvekline %s", ORVEK_VERSION);
     if (claim == ControllerClaim::unguarded) log_warn("controller: cannot tell whether another controller runs");
 
     kill_stale();

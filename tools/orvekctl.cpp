@@ -1,14 +1,8 @@
-// The command line's entry: picks the subcommand.
+// Picks the subcommand.
 #include "tools/orvekctl.h"
 
 #include <cstdio>
 #include <cstring>
-
-#ifdef _WIN32
-#include <fcntl.h>
-#include <io.h>
-#include <windows.h>
-#endif
 
 namespace {
 
@@ -38,24 +32,24 @@ constexpr Subcommand kSubcommands[] = {
 static void print_usage(FILE* out) {
     fputs("usage:\n", out);
     for (const Subcommand& subcommand : kSubcommands) fputs(subcommand.usage, out);
+    fputs("  orvekctl --version\n", out);
 }
 
-// Output is UTF-8 with plain newlines on every system, so that it can be compared and piped.
-static void prepare_output() {
-#ifdef _WIN32
-    SetConsoleOutputCP(CP_UTF8);
-    _setmode(_fileno(stdout), _O_BINARY);
-#endif
+static bool is_one_of(const char* word, const char* long_name, const char* short_name) {
+    return strcmp(word, long_name) == 0 || strcmp(word, short_name) == 0;
 }
 
-int main(int argc, char** argv) {
-    prepare_output();
-    if (argc == 2 && (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "-h") == 0)) {
+int32_t orvekctl_run(int argc, char** argv) {
+    if (argc == 1 && is_one_of(argv[0], "--help", "-h")) {
         print_usage(stdout);
         return kDone;
     }
+    if (argc == 1 && is_one_of(argv[0], "--version", "-V")) {
+        printf("orvekctl %s\n", ORVEK_VERSION);
+        return kDone;
+    }
     for (const Subcommand& subcommand : kSubcommands)
-        if (argc > 1 && strcmp(argv[1], subcommand.name) == 0) return subcommand.run(argc - 2, argv + 2);
+        if (argc > 0 && strcmp(argv[0], subcommand.name) == 0) return subcommand.run(argc - 1, argv + 1);
     print_usage(stderr);
     return kFailed;
 }
