@@ -108,7 +108,30 @@ stop_lanes() {
     [ ! -d "$prefix" ] || WINEPREFIX=$prefix "$WINESERVER" -k 2>/dev/null || true
   done
   unmount_soak_volume
+  remove_disks
   [ -z "${LANES_TMPDIR:-}" ] || rm -rf "$LANES_TMPDIR"
+}
+
+# Two small file systems for the tests of saving: one that a test may fill, one that nobody can write to. Only root may
+# mount; without them those tests say that they are skipped.
+make_disks() {
+  local disk
+  for disk in small_disk read_only_disk; do
+    mkdir -p "$LANES_TMPDIR/$disk"
+    mount -t tmpfs -o size=2m tmpfs "$LANES_TMPDIR/$disk" 2>/dev/null ||
+      { say "test: no disks to fill or to protect (mounting is not allowed)"; return 0; }
+  done
+  echo "feed_count=2" >"$LANES_TMPDIR/read_only_disk/settings.txt"
+  mount -o remount,ro "$LANES_TMPDIR/read_only_disk" || return 0
+  ORVEK_SMALL_DISK=$(windows_path "$LANES_TMPDIR/small_disk")
+  ORVEK_READ_ONLY_DISK=$(windows_path "$LANES_TMPDIR/read_only_disk")
+  export ORVEK_SMALL_DISK ORVEK_READ_ONLY_DISK
+}
+
+remove_disks() {
+  local disk
+  [ -n "${LANES_TMPDIR:-}" ] || return 0
+  for disk in small_disk read_only_disk; do umount -l "$LANES_TMPDIR/$disk" 2>/dev/null || true; done
 }
 
 # A prefix like the one that setup made. The programs in it are never written, so links to them do; the registry and
@@ -175,6 +198,7 @@ run_tests() {
   trap stop_lanes EXIT
   trap 'stop_lanes; exit 130' INT
   trap 'stop_lanes; exit 143' TERM
+  make_disks
 
   say "test: the console in $CONSOLE_LANES lanes; units and services under Wine; sanitized units, fuzz targets and lint"
   for lane in $(seq "$CONSOLE_LANES"); do start_lane "console-$lane" under_wine "console-$lane" console_lane "$lane"; done
