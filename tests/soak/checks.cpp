@@ -34,7 +34,8 @@ void fault_done(Soak* soak, Fault fault, const std::vector<ExpectedLine>& lines,
 // ----------------------------------------------------------------------------------------------------------
 // resources
 
-// Under Wine the program is a process of the host's as well: the one whose command line begins with its path.
+// Under Wine the program is a process of the host's as well: the one whose command line begins with its path and
+// names its settings; other runs on this machine have folders of the same name.
 uint32_t find_on_host(const Soak& soak) {
     const Installation host = {"Z:\\proc", nullptr};
     const std::string image = installation_path(soak.installation, "Orvek.exe");
@@ -45,7 +46,8 @@ uint32_t find_on_host(const Soak& soak) {
     do {
         const std::string name = found.cFileName;
         if (name[0] < '1' || name[0] > '9') continue;
-        if (installation_read(host, name + "\\cmdline").starts_with(image)) pid = std::stoul(name);
+        const std::string line = installation_read(host, name + "\\cmdline");
+        if (line.starts_with(image) && line.find(settings_path(soak)) != std::string::npos) pid = std::stoul(name);
     } while (pid == 0 && FindNextFileA(search, &found));
     FindClose(search);
     return pid;

@@ -98,8 +98,8 @@ static void loop_in_crash(Soak* soak, const PlannedFault& fault) {
     order_workers(*soak, worker + " exit 3\n");
     end_process(worker_pid(*soak, worker));
     operator_works(soak, fault.lasts_ms);
-    order_workers(*soak, "");
     fault_done(soak, fault.fault, lines);
+    order_workers(*soak, "");
     operator_works(soak, 1000);
 }
 
@@ -175,8 +175,8 @@ static void die_holding_mutex(Soak* soak, const PlannedFault& fault) {
     order_workers(*soak, worker + " die_holding " + std::to_string(fault.mutexes[0]) + "\n");
     end_process(worker_pid(*soak, worker));
     operator_works(soak, fault.lasts_ms);
-    order_workers(*soak, "");
     fault_done(soak, fault.fault, lines);
+    order_workers(*soak, "");
     operator_works(soak, 1000);
 }
 
