@@ -11,54 +11,18 @@
 #include "ipc/control_block.h"
 #include "ipc/frame_ring.h"
 #include "ipc/shared_access.h"
+#include "tests/console/wait.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/video_probe.h"
+#include "tests/windows/worker_stage.h"
 
 namespace {
 
-constexpr DWORD kPatienceMs = 15'000;
 constexpr int32_t kFeed = 1;
 constexpr int32_t kBars = 16;  // one per bit of the frame's number
 constexpr DWORD kStillRunning = 259;
 
-struct Mapping {
-    HANDLE handle = nullptr;
-    uint8_t* view = nullptr;
-};
-
 }  // namespace
-
-static Mapping map_region(const char* name, uint64_t size) {
-    Mapping mapping;
-    mapping.handle = CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, static_cast<DWORD>(size >> 32),
-                                        static_cast<DWORD>(size), name);
-    if (mapping.handle == nullptr) return mapping;
-    mapping.view = static_cast<uint8_t*>(MapViewOfFile(mapping.handle, FILE_MAP_ALL_ACCESS, 0, 0, 0));
-    return mapping;
-}
-
-static void unmap(Mapping* mapping) {
-    if (mapping->view != nullptr) UnmapViewOfFile(mapping->view);
-    if (mapping->handle != nullptr) CloseHandle(mapping->handle);
-    *mapping = {};
-}
-
-template <class Condition>
-static bool wait_until(Condition condition) {
-    const DWORD start = GetTickCount();
-    while (!condition()) {
-        if (GetTickCount() - start > kPatienceMs) return false;
-        Sleep(5);
-    }
-    return true;
-}
-
-static std::string program_folder() {
-    char path[MAX_PATH];
-    GetModuleFileNameA(nullptr, path, sizeof path);
-    const std::string folder = path;
-    return folder.substr(0, folder.find_last_of('\\') + 1);
-}
 
 // The numbers on the pictures, in the file's order.
 static std::vector<int32_t> numbers_in(const std::string& video) {
@@ -100,13 +64,13 @@ protected:
     void SetUp() override {
         if (find_video_tool("ffmpeg.exe").empty() || find_video_tool("ffprobe.exe").empty())
             GTEST_SKIP() << "no ffmpeg.exe or no ffprobe.exe: ./dev setup fetches them";
-        control_mapping = map_region(kControlBlockName, kControlBlockSize);
-        ASSERT_NE(control_mapping.view, nullptr);
-        control = reinterpret_cast<ControlBlock*>(control_mapping.view);
-        std::memset(control_mapping.view, 0, kControlBlockSize);
+        control_region = stage_region(kControlBlockName, kControlBlockSize);
+        ASSERT_NE(control_region.view, nullptr);
+        control = reinterpret_cast<ControlBlock*>(control_region.view);
+        std::memset(control_region.view, 0, kControlBlockSize);
         char name[32];
         feed_region_name(name, kFeed, 0);
-        ring = map_region(name, kFeedRegionSize);
+        ring = stage_region(name, kFeedRegionSize);
         ASSERT_NE(ring.view, nullptr);
         std::memset(ring.view, 0, kSlotHeaderSize);
         settings("");
@@ -119,15 +83,13 @@ protected:
             CloseHandle(child.hProcess);
             CloseHandle(child.hThread);
         }
-        unmap(&ring);
-        unmap(&control_mapping);
     }
 
     void settings(const std::string& more) {
         write_whole_file(dir.file("settings.txt"), "*capfile_output_dir=" + dir.file("films") + "\n" + more);
     }
 
-    void start(const std::string& program = program_folder() + "capfile.exe") {
+    void start(const std::string& program = beside_this_program("capfile.exe")) {
         std::string line = "\"" + program + "\" 1";
         STARTUPINFOA startup{};
         startup.cb = sizeof startup;
@@ -190,7 +152,7 @@ protected:
     }
 
     TempDir dir;
-    Mapping control_mapping, ring;
+    StageRegion control_region, ring;
     ControlBlock* control = nullptr;
     PROCESS_INFORMATION child{};
 };
@@ -330,7 +292,7 @@ TEST_F(Capfile, ToldSoByRigTxtItDiesAndTheFileIsStillWhole) {
 
 TEST_F(Capfile, WithoutFfmpegItRecordsUncompressedAndSaysSo) {
     const std::string alone = dir.file("capfile.exe");
-    ASSERT_TRUE(CopyFileA((program_folder() + "capfile.exe").c_str(), alone.c_str(), TRUE));
+    ASSERT_TRUE(CopyFileA((beside_this_program("capfile.exe")).c_str(), alone.c_str(), TRUE));
     start(alone);
     write_frames(31);
     EXPECT_EQ(finish(), 0u);

@@ -10,6 +10,7 @@
 #include "ipc/frame_ring.h"
 #include "ipc/shared_access.h"
 #include "tests/support/temp_dir.h"
+#include "tests/windows/worker_stage.h"
 
 namespace {
 
@@ -22,7 +23,6 @@ constexpr uint8_t kBlack = 16;
 class PlayerOfRecordings : public testing::Test {
 protected:
     void SetUp() override;
-    void TearDown() override;
     void make_recording();
     void play(int32_t overlay_offset);
     const uint8_t* slot(uint32_t index) const {
@@ -30,26 +30,13 @@ protected:
     }
 
     TempDir dir;
-    HANDLE mapping[2] = {};
+    StageRegion control_region, ring_region;
     ControlBlock* control = nullptr;
     const uint8_t* ring = nullptr;
     std::string recording;  // its frames as ffmpeg itself decodes them
 };
 
 }  // namespace
-
-static std::string beside_this_program(const char* name) {
-    char path[MAX_PATH];
-    GetModuleFileNameA(nullptr, path, sizeof path);
-    const std::string own = path;
-    return own.substr(0, own.find_last_of('\\') + 1) + name;
-}
-
-static void* map_region(const char* name, uint64_t size, HANDLE* mapping) {
-    *mapping = CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, static_cast<DWORD>(size >> 32),
-                                  static_cast<DWORD>(size), name);
-    return *mapping != nullptr ? MapViewOfFile(*mapping, FILE_MAP_ALL_ACCESS, 0, 0, 0) : nullptr;
-}
 
 // Returns the exit code; 259 when it does not end.
 static DWORD run(std::string command, const std::string& folder) {
@@ -70,21 +57,16 @@ static DWORD run(std::string command, const std::string& folder) {
 
 void PlayerOfRecordings::SetUp() {
     if (!file_exists(beside_this_program("ffmpeg.exe"))) GTEST_SKIP() << "there is no ffmpeg.exe beside this program";
-    control = static_cast<ControlBlock*>(map_region(kControlBlockName, kControlBlockSize, &mapping[0]));
+    control_region = stage_region(kControlBlockName, kControlBlockSize);
+    control = reinterpret_cast<ControlBlock*>(control_region.view);
     ASSERT_NE(control, nullptr);
     std::memset(static_cast<void*>(control), 0, kControlBlockSize);
     char name[32];
     feed_region_name(name, 1, 0);
-    ring = static_cast<const uint8_t*>(map_region(name, kFeedRegionSize, &mapping[1]));
+    ring_region = stage_region(name, kFeedRegionSize);
+    ring = ring_region.view;
     ASSERT_NE(ring, nullptr);
     make_recording();
-}
-
-void PlayerOfRecordings::TearDown() {
-    if (ring != nullptr) UnmapViewOfFile(ring);
-    if (control != nullptr) UnmapViewOfFile(control);
-    for (HANDLE handle : mapping)
-        if (handle != nullptr) CloseHandle(handle);
 }
 
 void PlayerOfRecordings::make_recording() {

@@ -12,50 +12,11 @@
 #include "ipc/scoped_handle.h"
 #include "ipc/shared_access.h"
 #include "ipc/sync_objects.h"
+#include "tests/console/wait.h"
 #include "tests/support/temp_dir.h"
+#include "tests/windows/worker_stage.h"
 
-namespace {
-
-constexpr DWORD kPatienceMs = 10'000;
-
-struct Mapping {
-    HANDLE handle = nullptr;
-    uint8_t* view = nullptr;
-};
-
-}  // namespace
-
-static Mapping map_region(const char* name, uint64_t size) {
-    Mapping mapping;
-    mapping.handle = CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, static_cast<DWORD>(size >> 32),
-                                        static_cast<DWORD>(size), name);
-    if (mapping.handle == nullptr) return mapping;
-    mapping.view = static_cast<uint8_t*>(MapViewOfFile(mapping.handle, FILE_MAP_ALL_ACCESS, 0, 0, 0));
-    return mapping;
-}
-
-static void unmap(Mapping* mapping) {
-    if (mapping->view != nullptr) UnmapViewOfFile(mapping->view);
-    if (mapping->handle != nullptr) CloseHandle(mapping->handle);
-    *mapping = {};
-}
-
-template <class Condition>
-static bool wait_until(Condition condition) {
-    const DWORD start = GetTickCount();
-    while (!condition()) {
-        if (GetTickCount() - start > kPatienceMs) return false;
-        Sleep(5);
-    }
-    return true;
-}
-
-static std::string program_folder() {
-    char path[MAX_PATH];
-    GetModuleFileNameA(nullptr, path, sizeof path);
-    std::string folder = path;
-    return folder.substr(0, folder.find_last_of('\\') + 1);
-}
+namespace {}  // namespace
 
 static size_t count_of(const std::string& text, const std::string& part) {
     size_t count = 0;
@@ -66,10 +27,10 @@ static size_t count_of(const std::string& text, const std::string& part) {
 class RigWorkers : public testing::Test {
 protected:
     void SetUp() override {
-        control_mapping = map_region(kControlBlockName, kControlBlockSize);
-        ASSERT_NE(control_mapping.view, nullptr);
-        control = reinterpret_cast<ControlBlock*>(control_mapping.view);
-        std::memset(control_mapping.view, 0, kControlBlockSize);
+        control_region = stage_region(kControlBlockName, kControlBlockSize);
+        ASSERT_NE(control_region.view, nullptr);
+        control = reinterpret_cast<ControlBlock*>(control_region.view);
+        std::memset(control_region.view, 0, kControlBlockSize);
         control->size = kControlBlockSize;
         control->num_feeds = control->num_channels = 3;
         control->ring_slots = kRingSlots;
@@ -77,7 +38,7 @@ protected:
         control->output_frame_idx = -1;
         char name[32];
         feed_region_name(name, 1, 0);
-        ring = map_region(name, kFeedRegionSize);
+        ring = stage_region(name, kFeedRegionSize);
         ASSERT_NE(ring.view, nullptr);
         settings("min_blob_sizes[1]=200\n");
     }
@@ -88,8 +49,6 @@ protected:
             CloseHandle(child.hProcess);
             CloseHandle(child.hThread);
         }
-        unmap(&ring);
-        unmap(&control_mapping);
     }
 
     void settings(const char* text) {
@@ -98,7 +57,7 @@ protected:
 
     void start(const std::string& program, const std::string& arguments) {
         std::string line =
-            "\"" + program_folder() + program + "\" " + arguments + "\"" + dir.file("settings.txt") + "\"";
+            "\"" + beside_this_program(program) + "\" " + arguments + "\"" + dir.file("settings.txt") + "\"";
         STARTUPINFOA startup{};
         startup.cb = sizeof startup;
         ASSERT_TRUE(CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr,
@@ -139,7 +98,7 @@ protected:
     }
 
     TempDir dir;
-    Mapping control_mapping, ring;
+    StageRegion control_region, ring;
     ControlBlock* control = nullptr;
     PROCESS_INFORMATION child{};
 };
@@ -273,7 +232,7 @@ TEST_F(RigWorkers, VideogenBuildsTheMovieThatForceVideoAsksFor) {
 
     char name[32];
     output_region_name(name, 0);
-    Mapping output = map_region(name, kOutputRegionSize);
+    const StageRegion output = stage_region(name, kOutputRegionSize);
     ASSERT_NE(output.view, nullptr);
     const uint8_t* last = output.view + output_slot_offset(19);
     EXPECT_EQ(reinterpret_cast<const FrameSlotHeader*>(last)->seq, 24);
@@ -281,7 +240,6 @@ TEST_F(RigWorkers, VideogenBuildsTheMovieThatForceVideoAsksFor) {
                           size_t{kFrameWidth} * kFeedHeight),
               0);
     EXPECT_EQ(last[y_plane_offset() + kFrameWidth * kFeedHeight], 16) << "feed 0 does not run: its half is black";
-    unmap(&output);
     shared_store(control->paused, 0u);
     EXPECT_TRUE(wait_until([&] { return shared_load(control->output_frame_idx) == 19; })) << "the movie plays";
     EXPECT_EQ(leave(), 0u);
@@ -302,7 +260,7 @@ TEST_F(RigWorkers, VideogenMakesOneMovieOfAJump) {
 }
 
 TEST_F(RigWorkers, VideogenLeavesTheStartListAloneWhenNoPracticePlayerRuns) {
-    Mapping jumpers = map_region(kJumperRegionName, kJumperRegionSize);
+    const StageRegion jumpers = stage_region(kJumperRegionName, kJumperRegionSize);
     ASSERT_NE(jumpers.view, nullptr);
     auto* region = reinterpret_cast<JumperRegion*>(jumpers.view);
     region->count = 1;
@@ -318,7 +276,6 @@ TEST_F(RigWorkers, VideogenLeavesTheStartListAloneWhenNoPracticePlayerRuns) {
     EXPECT_TRUE(wait_until([&] { return shared_load(control->movie_published_count) == 1; }));
     EXPECT_EQ(shared_load(region->count), 1);
     EXPECT_EQ(leave(), 0u);
-    unmap(&jumpers);
 }
 
 TEST_F(RigWorkers, ViewerHandsTheClickOverInPicturePixels) {
