@@ -30,9 +30,10 @@ static SourceRow sampled_row(const Source& source, int32_t y, int32_t height) {
     return row < first_height ? picture_row(*source.first, row) : picture_row(*source.second, row - first_height);
 }
 
-// The fast rows convert whole (half) blocks; anything narrower is left to the plain one.
+// The fast rows convert whole (half) blocks; anything narrower is left to the plain one. Where samples are fetched
+// one by one, halves have it: a block needs more registers than there are.
 static ConvertRow row_function(RowsKind kind, int32_t width) {
-    if (kind == RowsKind::avx2 && width >= kBlockPixels) return convert_row_avx2;
+    if (kind == RowsKind::avx2 && width >= kShuffleMinWidth) return convert_row_avx2;
     if (kind != RowsKind::plain && width >= kHalfPixels) return convert_row_sse41;
     return convert_row_plain;
 }

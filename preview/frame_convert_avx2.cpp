@@ -97,22 +97,8 @@ ORVEK_AVX2 static inline void convert_blocks(const SourceRow& row, const SourceR
     }
 }
 
-// Narrow panes: one sample at a time.
-ORVEK_AVX2 static void convert_narrow(const SourceRow& row, const SourceRow& ahead, const ColumnPlan& plan,
-                                      uint8_t* bgr) {
-    NarrowRow samples;
-    pick_narrow(row, ahead, plan, &samples);
-    for (int32_t x = 0; x < plan.width; x += kBlockPixels) {
-        const int32_t at = x < plan.width - kBlockPixels ? x : plan.width - kBlockPixels;
-        convert_block(load_256(samples.y + at), load_256(samples.u + at), load_256(samples.v + at),
-                      bgr + ptrdiff_t{at} * 3);
-    }
-}
-
 ORVEK_AVX2 void convert_row_avx2(const SourceRow& row, const SourceRow& ahead, const ColumnPlan& plan, uint8_t* bgr) {
-    if (plan.block_count == 0) {
-        convert_narrow(row, ahead, plan, bgr);
-    } else if (plan.luma_loads == 3 && plan.chroma_loads == 2) {
+    if (plan.luma_loads == 3 && plan.chroma_loads == 2) {
         convert_blocks(row, ahead, plan, 3, 2, bgr);  // the largest panes, with loops unrolled
     } else if (plan.luma_loads == 4 && plan.chroma_loads == 2) {
         convert_blocks(row, ahead, plan, 4, 2, bgr);

@@ -98,26 +98,21 @@ void column_plan_init(ColumnPlan* plan, int32_t width, bool with_shuffles) {
     plan_blocks(plan);
 }
 
-void pick_narrow(const SourceRow& row, const SourceRow& ahead, const ColumnPlan& plan, NarrowRow* samples) {
-    fetch_columns(ahead, 0, plan.column[plan.width - 1] + 1);
-    for (int32_t x = 0; x < plan.width; ++x) {
-        const int32_t column = plan.column[x];
-        samples->y[x] = row.y[column];
-        samples->u[x] = row.u[column / 2];
-        samples->v[x] = row.v[column / 2];
-    }
-}
-
 static uint8_t clamp_byte(int32_t value) {
     return static_cast<uint8_t>(std::clamp(value, 0, 255));
 }
 
-void convert_row_plain(const SourceRow& row, const SourceRow& /*ahead*/, const ColumnPlan& plan, uint8_t* bgr) {
-    for (int32_t x = 0; x < plan.width; ++x, bgr += 3) {
+void convert_columns_plain(const SourceRow& row, const ColumnPlan& plan, int32_t from, uint8_t* bgr) {
+    bgr += ptrdiff_t{from} * 3;
+    for (int32_t x = from; x < plan.width; ++x, bgr += 3) {
         const int32_t column = plan.column[x];
         const int32_t luma = row.y[column], cb = row.u[column / 2], cr = row.v[column / 2];
         bgr[0] = clamp_byte(luma + (((cb - 128) * 454) >> 8));
         bgr[1] = clamp_byte(luma - ((cb * 88 - 34688 + cr * 183) >> 8));  // 34688 = 128 * 88 + 128 * 183
         bgr[2] = clamp_byte(luma + (((cr - 128) * 359) >> 8));
     }
+}
+
+void convert_row_plain(const SourceRow& row, const SourceRow& /*ahead*/, const ColumnPlan& plan, uint8_t* bgr) {
+    convert_columns_plain(row, plan, 0, bgr);
 }

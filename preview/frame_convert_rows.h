@@ -79,11 +79,11 @@ alignas(16) inline constexpr uint8_t kThirds[3][16] = {
     {0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0},
 };
 
-// The samples of a narrow row, planar.
-struct NarrowRow {
-    uint8_t y[kShuffleMinWidth], u[kShuffleMinWidth], v[kShuffleMinWidth];
-};
-void pick_narrow(const SourceRow& row, const SourceRow& ahead, const ColumnPlan& plan, NarrowRow* samples);
+// As many pixels at the end of a narrow row cost less by the plain formula than another half block would.
+inline constexpr int32_t kFewPixels = 4;
+
+// The pixels of a row from column `from` on; `bgr` is where the row begins.
+void convert_columns_plain(const SourceRow& row, const ColumnPlan& plan, int32_t from, uint8_t* bgr);
 
 // Asks for the cache lines of `row` between two source columns.
 inline void fetch_columns(const SourceRow& row, int32_t from, int32_t to) {
@@ -107,7 +107,7 @@ using ConvertRow = void (*)(const SourceRow& row, const SourceRow& ahead, const 
 
 void convert_row_plain(const SourceRow& row, const SourceRow& ahead, const ColumnPlan& plan, uint8_t* bgr);
 
-// Need the instructions they are named for and a width of at least kHalfPixels, kBlockPixels.
+// Need the instructions they are named for and a width of at least kHalfPixels, kShuffleMinWidth.
 void convert_row_sse41(const SourceRow& row, const SourceRow& ahead, const ColumnPlan& plan, uint8_t* bgr);
 void convert_row_avx2(const SourceRow& row, const SourceRow& ahead, const ColumnPlan& plan, uint8_t* bgr);
 

@@ -1,6 +1,8 @@
 // Rows with SSE4.1: 16 pixels, a half block, at a time.
 #include <smmintrin.h>
 
+#include <algorithm>
+
 #include "preview/frame_convert_rows.h"
 
 // All the instructions this file may use; the rest of the program is built without them.
@@ -84,16 +86,26 @@ ORVEK_SSE41 static inline void convert_blocks(const SourceRow& row, const Source
     }
 }
 
-// Narrow panes: one sample at a time.
+// Samples of 16 columns, or of their chroma with a `shift` of one, straight into a register: gathered in memory, they
+// would have to wait for their bytes to be written before all are read at once.
+ORVEK_SSE41 static inline __m128i pick_each(const uint8_t* source, const uint16_t* column, int32_t shift) {
+    const auto at = [=](int32_t i) { return static_cast<char>(source[column[i] >> shift]); };
+    return _mm_setr_epi8(at(0), at(1), at(2), at(3), at(4), at(5), at(6), at(7), at(8), at(9), at(10), at(11), at(12),
+                         at(13), at(14), at(15));
+}
+
 ORVEK_SSE41 static void convert_narrow(const SourceRow& row, const SourceRow& ahead, const ColumnPlan& plan,
                                        uint8_t* bgr) {
-    NarrowRow samples;
-    pick_narrow(row, ahead, plan, &samples);
-    for (int32_t x = 0; x < plan.width; x += kHalfPixels) {
-        const int32_t at = x < plan.width - kHalfPixels ? x : plan.width - kHalfPixels;
-        convert_half(load_128(samples.y + at), load_128(samples.u + at), load_128(samples.v + at),
-                     bgr + ptrdiff_t{at} * 3);
+    fetch_columns(ahead, 0, plan.column[plan.width - 1] + 1);
+    int32_t done = 0;
+    while (plan.width - done > kFewPixels) {
+        const int32_t x = std::min(done, plan.width - kHalfPixels);
+        const uint16_t* column = plan.column + x;
+        convert_half(pick_each(row.y, column, 0), pick_each(row.u, column, 1), pick_each(row.v, column, 1),
+                     bgr + ptrdiff_t{x} * 3);
+        done = x + kHalfPixels;
     }
+    convert_columns_plain(row, plan, done, bgr);
 }
 
 ORVEK_SSE41 void convert_row_sse41(const SourceRow& row, const SourceRow& ahead, const ColumnPlan& plan,
