@@ -48,7 +48,7 @@ static uint32_t touch_pages(const uint8_t* first, const uint8_t* last) {
 
 // Nearly every row begins on another page of a ring that is far larger than what the processor remembers of the page
 // tables, and a cache line cannot be fetched ahead before its page is known. Asking for all pages at once lets the
-// look-ups run side by side: a seventh of the time of a large pane. A small one skips too many pages.
+// look-ups run side by side: a fifth of the time of a large pane. A small one skips too many pages.
 static void look_up_pages(const SlotPicture& picture, int32_t sampled_rows) {
     if (picture.height > 6 * sampled_rows) return;
     const SourceRow first = picture_row(picture, 0);

@@ -94,9 +94,7 @@ ORVEK_SSE41 static inline __m128i pick_each(const uint8_t* source, const uint16_
                          at(13), at(14), at(15));
 }
 
-ORVEK_SSE41 static void convert_narrow(const SourceRow& row, const SourceRow& ahead, const ColumnPlan& plan,
-                                       uint8_t* bgr) {
-    fetch_columns(ahead, 0, plan.column[plan.width - 1] + 1);
+ORVEK_SSE41 static void convert_narrow(const SourceRow& row, const ColumnPlan& plan, uint8_t* bgr) {
     int32_t done = 0;
     while (plan.width - done > kFewPixels) {
         const int32_t x = std::min(done, plan.width - kHalfPixels);
@@ -111,7 +109,7 @@ ORVEK_SSE41 static void convert_narrow(const SourceRow& row, const SourceRow& ah
 ORVEK_SSE41 void convert_row_sse41(const SourceRow& row, const SourceRow& ahead, const ColumnPlan& plan,
                                    uint8_t* bgr) {
     if (plan.block_count == 0) {
-        convert_narrow(row, ahead, plan, bgr);
+        convert_narrow(row, plan, bgr);
     } else if (plan.luma_loads == 3 && plan.chroma_loads == 2) {
         convert_blocks(row, ahead, plan, 3, 2, bgr);  // the largest panes, with loops unrolled
     } else if (plan.luma_loads == 4 && plan.chroma_loads == 2) {
