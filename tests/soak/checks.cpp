@@ -110,8 +110,9 @@ static std::vector<std::string> data_lines(const Installation& place, const char
     std::vector<std::string> lines;
     for (size_t from = 0, to = 0; from < text.size(); from = to + 1) {
         to = std::min(text.find('\n', from), text.size());
-        const std::string line = text.substr(from, text.find_last_not_of("\r\n", to) + 1 - from);
-        if (line.starts_with("#")) continue;
+        std::string line = text.substr(from, to - from);
+        if (line.ends_with('\r')) line.pop_back();
+        if (line.empty() || line.starts_with("#")) continue;
         const std::string key = line.substr(0, line.find('='));
         if (findings.find("\t" + key + "=") == std::string::npos) lines.push_back(line);
     }
