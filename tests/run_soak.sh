@@ -41,7 +41,7 @@ soak_run() { # minutes, seed
   fi
   (
     fake_clock "$ROOT/build/soak/clock"
-    "$WINE" "$WINDOWS_BIN/soak.exe" "$1" "$2" "$(windows_path "$report")"
+    timeout $((($1 + 5) * 60)) "$WINE" "$WINDOWS_BIN/soak.exe" "$1" "$2" "$(windows_path "$report")"
   ) </dev/null >"${report%.json}.txt" 2>&1 || status=$?
   unmount_soak_volume
   return "$status"
