@@ -57,6 +57,7 @@ static std::string make_prefix(const char* component, int32_t index) {
 static std::string format_text(const char* format, va_list args) {
     va_list measured;
     va_copy(measured, args);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_copy has just filled it
     const int length = vsnprintf(nullptr, 0, format, measured);
     va_end(measured);
     if (length <= 0) return {};

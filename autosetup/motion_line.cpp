@@ -13,8 +13,9 @@
 static constexpr ptrdiff_t kMostDigits = 9;
 static constexpr ptrdiff_t kMostDigits64 = 18;
 // 13 keys of at most 15 characters, 20 numbers with a sign and what stands behind them, CR LF.
-static constexpr size_t kLongestUsualLine = 13 * 15 + 18 * (kMostDigits + 2) + 2 * (kMostDigits64 + 2) + 2;
-static_assert(kLongestUsualLine < kMotionLineBuffer - 1);
+static constexpr ptrdiff_t kLongestUsualLine =
+    ptrdiff_t{13} * 15 + 18 * (kMostDigits + 2) + 2 * (kMostDigits64 + 2) + 2;
+static_assert(kLongestUsualLine < ptrdiff_t{kMotionLineBuffer} - 1);
 
 // All that walks is inlined: the position then stays in a register, and each number of a line has branches of its
 // own, which the processor learns, for line after line is alike.
@@ -35,7 +36,7 @@ ORVEK_WALK bool same_words(const char* a, const char* b, size_t size) {
 template <size_t kSize>
 ORVEK_WALK bool walk_text(const char** at, const char (&text)[kSize]) {
     constexpr size_t kLength = kSize - 1;
-    static_assert(kLength <= 16 && kLength <= kReadableBeyond);
+    static_assert(kLength <= kReadableBeyond);
     using Word = std::conditional_t<
         (kLength >= 8), uint64_t,
         std::conditional_t<(kLength >= 4), uint32_t, std::conditional_t<(kLength >= 2), uint16_t, uint8_t>>>;
