@@ -47,6 +47,10 @@ struct Prepared {
     char text_name[kCrashFileNameSize] = "";
     char dump_name[kCrashFileNameSize] = "";
     bool dump_is_written = false;
+    // Gathered once, at the first text: while a dump is written the other threads go on, and so does the log.
+    bool gathered = false;
+    CrashFacts facts = {};
+    ProcessManager workers = {};
     char log_piece[kLogPieceSize] = "";
     char module_name[MAX_PATH] = "";
     char text[kCrashTextSize] = "";
@@ -117,10 +121,9 @@ static void read_log_end(CrashFacts* facts) {
     facts->log_is_whole = start.QuadPart == 0;
 }
 
-static DWORD WINAPI write_text(void* /*unused*/) {
-    g_prepared.helper_thread = GetCurrentThreadId();
+static void gather_facts() {
     const EXCEPTION_RECORD& record = *g_prepared.exception->ExceptionRecord;
-    CrashFacts facts = {};
+    CrashFacts& facts = g_prepared.facts;
     facts.version = ORVEK_VERSION;
     facts.time = g_prepared.time;
     facts.process = GetCurrentProcessId();
@@ -130,9 +133,19 @@ static DWORD WINAPI write_text(void* /*unused*/) {
     facts.address = reinterpret_cast<uint64_t>(record.ExceptionAddress);
     find_module(&facts, record.ExceptionAddress);
     find_access(&facts, record);
-    facts.dump = g_prepared.dump_is_written ? g_prepared.dump_name : nullptr;
-    facts.processes = g_prepared.processes;
+    if (const ProcessManager* processes = g_prepared.processes) {
+        g_prepared.workers = *processes;
+        facts.processes = &g_prepared.workers;
+    }
     read_log_end(&facts);
+    g_prepared.gathered = true;
+}
+
+static DWORD WINAPI write_text(void* /*unused*/) {
+    g_prepared.helper_thread = GetCurrentThreadId();
+    if (!g_prepared.gathered) gather_facts();
+    CrashFacts facts = g_prepared.facts;
+    facts.dump = g_prepared.dump_is_written ? g_prepared.dump_name : nullptr;
     const size_t length = crash_text(facts, g_prepared.text, sizeof g_prepared.text);
     const ScopedFile file = create_file(g_prepared.text_name);
     DWORD written = 0;
