@@ -144,8 +144,7 @@ static void on_grid_lines(UiContext* ui, int32_t /*offset*/) {
 }
 
 static void on_file_capture(UiContext* ui, int32_t /*offset*/) {
-    capture_panel_open(&ui->capture, ui->window, ui->instance,
-                       {ui_control_block(ui), &ui->sync, ui->processes, ui->exe_dir});
+    capture_panel_open(&ui->capture, ui->window, ui->instance, ui_recorders(ui));
 }
 
 static void on_help(UiContext* ui, int32_t /*offset*/) {

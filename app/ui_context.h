@@ -28,6 +28,7 @@
 #include "procs/force_video_step.h"
 #include "procs/process_manager.h"
 #include "procs/readiness.h"
+#include "procs/recorders.h"
 #include "settings/settings.h"
 #include "settings/settings_tab.h"
 
@@ -90,6 +91,11 @@ struct UiContext {
 // The control block, or null while there is none.
 inline ControlBlock* ui_control_block(UiContext* ui) {
     return preview_control_block(&ui->preview);
+}
+
+// What the recorders are steered with, for both ways to record.
+inline Recorders ui_recorders(UiContext* ui) {
+    return {ui_control_block(ui), &ui->sync, ui->processes, ui->exe_dir};
 }
 
 inline void ui_set_status(UiContext* ui, const char* text) {

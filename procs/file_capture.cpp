@@ -11,10 +11,6 @@
 #include "settings/settings_file.h"
 #include "settings/text_pieces.h"
 
-static Recorders recorders_of(UiContext* ui) {
-    return {ui_control_block(ui), &ui->sync, ui->processes, ui->exe_dir};
-}
-
 static void show_buttons(UiContext* ui) {
     const CaptureButtons buttons = capture_buttons(ui->file_capture);
     preview_set_capture_buttons(&ui->preview, buttons.capture_text, buttons.pause_text, buttons.pause_usable);
@@ -66,7 +62,7 @@ static CaptureOutcome start(UiContext* ui) {
     // The program may have been asked to end while the picker was open: nothing is begun any more.
     if (choice != FolderChoice::chosen || ui->closing) return CaptureOutcome::cancelled;
     keep_folder(ui, folder);
-    return launch(recorders_of(ui));
+    return launch(ui_recorders(ui));
 }
 
 static void show_outcome(UiContext* ui, CaptureOutcome outcome) {
@@ -80,7 +76,7 @@ void capture_feeds(UiContext* ui, bool may_ask) {
     const CapturePress press = capture_feeds_press(ui->file_capture, may_ask);
     if (press == CapturePress::nobody_to_ask)
         return log_warn("Capture Feeds: nobody can be asked for a directory now — ignored");
-    show_outcome(ui, press == CapturePress::stop ? stop(recorders_of(ui)) : start(ui));
+    show_outcome(ui, press == CapturePress::stop ? stop(ui_recorders(ui)) : start(ui));
 }
 
 void pause_recording(UiContext* ui) {
@@ -90,7 +86,7 @@ void pause_recording(UiContext* ui) {
             "Pause Recording: clicked but capture is not active — ignored (button should be disabled in this state)");
         return;
     }
-    const Recorders recorders = recorders_of(ui);
+    const Recorders recorders = ui_recorders(ui);
     recorders_set_paused(recorders, ui->file_capture.paused);
     recorders_signal(recorders);
     show_buttons(ui);
@@ -101,6 +97,6 @@ void pause_recording(UiContext* ui) {
 void recordings_finish(UiContext* ui) {
     capture_panel_close(&ui->capture);
     // Recorders can also run without a recording: those that were started before one that could not be.
-    const bool running = recorders_running(recorders_of(ui)) > 0;
-    if (running || ui->file_capture.capturing != 0) show_outcome(ui, stop(recorders_of(ui)));
+    const bool running = recorders_running(ui_recorders(ui)) > 0;
+    if (running || ui->file_capture.capturing != 0) show_outcome(ui, stop(ui_recorders(ui)));
 }
