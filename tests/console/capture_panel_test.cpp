@@ -144,9 +144,7 @@ TEST_F(CapturePanelWindow, ThreePausedRecordersStartAlsoForASingleFeed) {
 
 TEST_F(CapturePanelWindow, ASecondOpeningBringsItForwardAndStartsNothing) {
     start_and_open();
-    SetForegroundWindow(console.window);
-    ASSERT_TRUE(becomes(
-        "foreground window", [] { return GetForegroundWindow(); }, console.window));
+    ASSERT_TRUE(brought_to_front(console.window));
     send_command(console, kFileCapture);
     EXPECT_TRUE(becomes(
         "foreground window", [&] { return GetForegroundWindow(); }, panel));
@@ -194,7 +192,7 @@ TEST_F(CapturePanelWindow, AFocusRectangleLiesThreePixelsInsideTheFocusedButton)
         for (int32_t x = 0; x < picture.width; ++x) dots += pixel(picture, x, 0) != kGrey;
         return dots;
     };
-    SetForegroundWindow(panel);
+    ASSERT_TRUE(brought_to_front(panel));
     ASSERT_TRUE(fill_becomes(kGrey));
     EXPECT_TRUE(wait_until([&] { return dots_along(3) > 20; })) << "the toggle has the keyboard";
     EXPECT_EQ(dots_along(2), 0);
@@ -228,7 +226,7 @@ TEST_F(CapturePanelWindow, EveryToggleTellsTheRecordersAndTheLog) {
 
 TEST_F(CapturePanelWindow, TheSpaceBarAndTheSecondOfTwoQuickClicksToggleToo) {
     start_and_open();
-    SetForegroundWindow(panel);
+    ASSERT_TRUE(brought_to_front(panel));
     ASSERT_TRUE(fill_becomes(kGrey));
     PostMessageW(toggle(), WM_KEYDOWN, VK_SPACE, 0);
     PostMessageW(toggle(), WM_KEYUP, VK_SPACE, LPARAM(0xC0000001));

@@ -83,3 +83,14 @@ uint32_t pid_of_child(const Console& console, const std::string& name) {
         if (row.process == name && row.state == "Running") return static_cast<uint32_t>(std::stoul(row.pid));
     return 0;
 }
+
+testing::AssertionResult brought_to_front(HWND window) {
+    constexpr uint32_t kSettledMs = 400;
+    const uint64_t deadline = GetTickCount64() + kPatienceMs;
+    while (GetTickCount64() < deadline) {
+        if (GetForegroundWindow() != window) SetForegroundWindow(window);
+        if (!wait_until([&] { return GetForegroundWindow() != window; }, kSettledMs))
+            return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure() << "the window does not stay in front";
+}

@@ -50,6 +50,10 @@ std::string running_children(const Console& console);
 testing::AssertionResult running_children_become(const Console& console, const std::string& names);
 uint32_t pid_of_child(const Console& console, const std::string& name);
 
+// Brings a window of the program forward and waits until it stays there: another that was shown just before still
+// takes the foreground when the display gets round to it.
+testing::AssertionResult brought_to_front(HWND window);
+
 // Reads a value until it is as expected.
 template <class Read, class Value>
 testing::AssertionResult becomes(const char* what, Read read, const Value& expected,

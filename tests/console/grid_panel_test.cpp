@@ -251,9 +251,7 @@ TEST_F(GridSetup, ThePanelReturnsToWhereItWasClosed) {
 TEST_F(GridSetup, ASecondOpeningBringsThePanelForward) {
     start_with({});
     open_panel();
-    SetForegroundWindow(console.window);
-    ASSERT_TRUE(becomes(
-        "foreground window", [] { return GetForegroundWindow(); }, console.window));
+    ASSERT_TRUE(brought_to_front(console.window));
     send_command(console, kGridLines);
     EXPECT_TRUE(becomes(
         "foreground window", [&] { return GetForegroundWindow(); }, panel));
