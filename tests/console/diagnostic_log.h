@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "tests/console/installation.h"
-#include "tests/console/wait.h"
+#include "tests/support/wait.h"
 
 // "LEVEL text" of every whole line written so far: time and component are checked by `log_line_is_well_formed` and
 // cut.

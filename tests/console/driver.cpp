@@ -6,7 +6,7 @@
 
 #include "app/utf16.h"
 #include "tests/console/remote.h"
-#include "tests/console/wait.h"
+#include "tests/support/wait.h"
 
 namespace {
 struct WindowSearch {

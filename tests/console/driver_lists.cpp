@@ -5,8 +5,8 @@
 
 #include "tests/console/driver.h"
 #include "tests/console/remote.h"
-#include "tests/console/wait.h"
 #include "tests/support/process_resources.h"
+#include "tests/support/wait.h"
 
 static LRESULT ask(HWND window, UINT message, WPARAM wparam) {
     DWORD_PTR result = 0;

@@ -9,7 +9,7 @@
 
 #include "tests/console/installation.h"
 #include "tests/console/shared_view.h"
-#include "tests/console/wait.h"
+#include "tests/support/wait.h"
 
 namespace {
 struct Self {

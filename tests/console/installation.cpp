@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "tests/console/wait.h"
+#include "tests/support/wait.h"
 
 static std::string own_path() {
     char path[MAX_PATH] = "";

@@ -1,6 +1,6 @@
 #include "tests/console/mouse.h"
 
-#include "tests/console/wait.h"
+#include "tests/support/wait.h"
 
 static bool point_at(HWND window, int32_t x, int32_t y) {
     POINT point = {x, y};

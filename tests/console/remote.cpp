@@ -4,7 +4,7 @@
 #include <iterator>
 
 #include "app/utf16.h"
-#include "tests/console/wait.h"
+#include "tests/support/wait.h"
 
 namespace {
 // Layout of the remote page.

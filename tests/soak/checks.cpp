@@ -6,7 +6,7 @@
 
 #include "ipc/worker_names.h"
 #include "tests/console/diagnostic_log.h"
-#include "tests/console/wait.h"
+#include "tests/support/wait.h"
 #include "tests/soak/soak.h"
 
 ExpectedLine one_more(const Soak& soak, const std::string& pattern, int32_t more) {

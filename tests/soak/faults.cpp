@@ -7,8 +7,8 @@
 #include "app/commands.h"
 #include "ipc/jumper_region.h"
 #include "tests/console/diagnostic_log.h"
-#include "tests/console/wait.h"
 #include "tests/soak/soak.h"
+#include "tests/support/wait.h"
 
 // ------------------------------------------------------------------------------------------------------ the workers
 

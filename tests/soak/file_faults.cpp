@@ -2,8 +2,8 @@
 
 #include "app/commands.h"
 #include "tests/console/diagnostic_log.h"
-#include "tests/console/wait.h"
 #include "tests/soak/soak.h"
+#include "tests/support/wait.h"
 
 // A Linux program: under Wine the folder's rights and the clock are the host's business. Its end is seen by its work.
 static void run_on_host(const std::string& program, const std::string& arguments) {

@@ -3,7 +3,7 @@
 #include "procs/process_manager.h"
 #include "procs/recorders.h"
 #include "tests/console/diagnostic_log.h"
-#include "tests/console/wait.h"
+#include "tests/support/wait.h"
 #include "tests/soak/soak.h"
 
 static constexpr uint32_t kAnalysisAllowedMs = 20000;  // nobody promised less; long enough to be noticed

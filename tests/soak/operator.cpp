@@ -4,8 +4,8 @@
 
 #include "app/commands.h"
 #include "ipc/shared_access.h"
-#include "tests/console/wait.h"
 #include "tests/soak/soak.h"
+#include "tests/support/wait.h"
 
 namespace {
 struct WindowsOfProgram {

@@ -11,9 +11,9 @@
 #include "ipc/control_block.h"
 #include "ipc/frame_ring.h"
 #include "ipc/shared_access.h"
-#include "tests/console/wait.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/video_probe.h"
+#include "tests/support/wait.h"
 #include "tests/windows/worker_stage.h"
 
 namespace {

@@ -12,8 +12,8 @@
 #include "ipc/scoped_handle.h"
 #include "ipc/shared_access.h"
 #include "ipc/sync_objects.h"
-#include "tests/console/wait.h"
 #include "tests/support/temp_dir.h"
+#include "tests/support/wait.h"
 #include "tests/windows/worker_stage.h"
 
 namespace {}  // namespace
