@@ -6,8 +6,8 @@
 
 #include "ipc/worker_names.h"
 #include "tests/console/diagnostic_log.h"
-#include "tests/support/wait.h"
 #include "tests/soak/soak.h"
+#include "tests/support/wait.h"
 
 ExpectedLine one_more(const Soak& soak, const std::string& pattern, int32_t more) {
     return {pattern, log_count(soak.installation, pattern) + more};
@@ -161,4 +161,15 @@ void check_no_worker_left(Soak* soak) {
         },
         10000);
     if (!none) soak_fail(soak, "a worker outlived the program");
+}
+
+// Those of the life that has ended, so that its log is kept with them.
+void check_silences(Soak* soak) {
+    for (const Silence& silence : soak->meter.too_long) {
+        soak_fail(soak, "silent for " + std::to_string(silence.lasted_ms) + " ms, " +
+                            std::to_string(silence.allowed_ms) + " allowed, " + std::to_string(silence.starved_ms) +
+                            " without a processor: " + silence.because);
+        printf("the log meanwhile:\n%s\n", silence.logged.c_str());
+    }
+    soak->meter.too_long.clear();
 }

@@ -3,8 +3,8 @@
 #include "procs/process_manager.h"
 #include "procs/recorders.h"
 #include "tests/console/diagnostic_log.h"
-#include "tests/support/wait.h"
 #include "tests/soak/soak.h"
+#include "tests/support/wait.h"
 
 static constexpr uint32_t kAnalysisAllowedMs = 20000;  // nobody promised less; long enough to be noticed
 static constexpr uint32_t kCloseAllowedMs = 60000;
@@ -177,7 +177,7 @@ bool soak_live(Soak* soak, const PlannedLife& life) {
     HANDLE holder = fault_at_start(life.start);
     const bool up = start(soak);
     if (up) {
-        silence_meter_start(&soak->meter, soak->console.window, soak->host_pid);
+        silence_meter_start(&soak->meter, soak->console.window, soak->host_pid, soak->installation);
         silence_meter_expect(&soak->meter, kMachineSlackMs, "nothing");
         fault_start_over(soak, life.start, holder);
         if (console_lives(*soak)) throw_faults(soak, life);
@@ -185,6 +185,7 @@ bool soak_live(Soak* soak, const PlannedLife& life) {
         check_log(soak);
         check_files(soak);
         check_no_worker_left(soak);
+        check_silences(soak);
     }
     ++(life.rig ? soak->lives_rig : soak->lives_fake);
     clean_up(soak, soak->failures.size() > failures_before);

@@ -15,10 +15,6 @@
 #include "tests/soak/growth.h"
 #include "tests/soak/silence_meter.h"
 
-// Making a fresh ring resident takes as long as the machine needs; nobody promised less. Reported, and long enough
-// that something must be wrong.
-inline constexpr uint32_t kPinningAllowedMs = 90000;
-
 // Silence that nothing in the program causes: other programs want the processors too.
 inline constexpr uint32_t kMachineSlackMs = 2000;
 
@@ -109,6 +105,7 @@ void sample_resources(Soak* soak);
 void check_files(Soak* soak);
 void check_log(Soak* soak);
 void check_no_worker_left(Soak* soak);
+void check_silences(Soak* soak);
 
 // report.cpp
 bool soak_report(Soak* soak);
