@@ -11,7 +11,7 @@
 
 readonly TEST_DIR=$ROOT/build/test
 readonly CONSOLE_LANES=3
-readonly CONSOLE_ALONE='*OnTheRig*:HungWorkers.*:Crash.*:HostileJumpers.*'
+readonly CONSOLE_ALONE='*OnTheRig*:HungWorkers.*:Crash.*:SecondStart.BesideACrash*:HostileJumpers.*'
 readonly SERVICES_ALONE='RigWorkers.*:PreviewThread.*:*HungOwner*:*HungViewer*:PreviewRegions.*'
 
 passed=0 failed=0 skipped=0

@@ -170,7 +170,7 @@ TEST_F(RecordersTest, OneThatIgnoresTheRequestIsTerminatedAloneAfterEightSeconds
 
 TEST_F(RecordersTest, OtherChildrenAreNotWaitedForAndLiveOn) {
     const int32_t motion = procmgr_spawn(&processes_, kKindMotion, 0, child_command_line("run").c_str(), 0);
-    EXPECT_LT(finish(), kRecorderPollMs) << "no recorder, no wait";
+    EXPECT_LT(finish(), kRecorderGraceMs) << "no recorder, no wait";
     EXPECT_EQ(processes_.slots[motion].state, kSlotRunning);
     EXPECT_TRUE(warned.empty());
 }
