@@ -10,7 +10,8 @@
 #include "tests/soak/soak.h"
 
 static constexpr uint64_t kRigBytes = uint64_t{9} << 30;  // five rings, and room for what fills them
-static constexpr int32_t kFaultsPerLife = 12, kFaultsPerShortLife = 6;
+static constexpr int32_t kFaultsPerLife = 12, kFaultsPerShortLife = 6, kFaultsPerLongLife = 150;
+static constexpr uint32_t kLongRunMinutes = 30;
 
 void soak_say(const Soak& soak, const std::string& what) {
     printf("%6.1f s  life %d  %s\n", static_cast<double>(GetTickCount64() - soak.started_ms) / 1000.0, soak.life,
@@ -42,6 +43,13 @@ static bool has_memory_for_rig() {
     return GlobalMemoryStatusEx(&memory) && memory.ullAvailPhys >= kRigBytes;
 }
 
+// What grows slowly shows only in a life of a quarter of an hour; starts and ends want many lives. A long run has
+// both: of four lives two are long, one with stand-ins and one on the rig.
+static int32_t faults_of_next_life(const Soak& soak) {
+    if (soak.minutes <= 1) return kFaultsPerShortLife;
+    return soak.minutes >= kLongRunMinutes && soak.life % 4 >= 2 ? kFaultsPerLongLife : kFaultsPerLife;
+}
+
 int main(int argc, char** argv) {
     if (is_fake_worker()) return fake_worker_main(argc, argv);
     if (argc < 3) {
@@ -61,11 +69,10 @@ int main(int argc, char** argv) {
     printf("seed %llu\n", static_cast<unsigned long long>(soak->seed));
 
     FaultPlan plan = fault_plan(soak->seed, soak->limits);
-    const bool short_run = soak->minutes <= 1;
     const uint64_t end = soak->started_ms + uint64_t{soak->minutes} * 60000;
     // The last life is one on the rig, also where it is late.
     while (GetTickCount64() < end || (soak->lives_rig == 0 && !soak->limits.no_rig)) {
-        if (!soak_live(soak.get(), next_life(&plan, short_run ? kFaultsPerShortLife : kFaultsPerLife))) break;
+        if (!soak_live(soak.get(), next_life(&plan, faults_of_next_life(*soak)))) break;
         ++soak->life;
     }
     const bool endured = soak_report(soak.get());
