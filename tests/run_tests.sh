@@ -134,12 +134,13 @@ remove_disks() {
   for disk in small_disk read_only_disk; do umount -l "$LANES_TMPDIR/$disk" 2>/dev/null || true; done
 }
 
-# A prefix like the one that setup made. The programs in it are never written, so links to them do; the registry and
-# the user's files are this prefix's own.
+# A prefix like the one that setup made. The programs in it are never written, so links to them do; the registry, the
+# user's files and the system's settings files, which are written in place, are this prefix's own.
 make_prefix() { # folder
   rm -rf "$1"
   mkdir -p "$1"
   cp -al "$WINEPREFIX/drive_c" "$1/"
+  cp --remove-destination "$WINEPREFIX"/drive_c/windows/*.ini "$1/drive_c/windows/"
   rm -rf "$1/drive_c/users"
   cp -a "$WINEPREFIX/drive_c/users" "$WINEPREFIX"/*.reg "$WINEPREFIX/.update-timestamp" "$WINEPREFIX/dosdevices" "$1/"
   mv "$1/users" "$1/drive_c/"
