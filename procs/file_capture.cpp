@@ -2,7 +2,9 @@
 
 #include <cstdio>
 #include <string>
+#include <utility>
 
+#include "app/commands.h"
 #include "app/log.h"
 #include "app/ui_context.h"
 #include "procs/file_capture_step.h"
@@ -72,11 +74,24 @@ static void show_outcome(UiContext* ui, CaptureOutcome outcome) {
     ui_rebuild_processes(ui);
 }
 
+// What was clicked while the window was silent was meant for the button as it looked then.
+static void forget_clicks_on(HWND button) {
+    MSG message;
+    for (const auto& [first, last] : {std::pair{WM_MOUSEFIRST, WM_MOUSELAST}, std::pair{WM_KEYFIRST, WM_KEYLAST}})
+        while (PeekMessageA(&message, button, first, last, PM_REMOVE)) {
+            if (message.message != WM_QUIT) continue;
+            PostQuitMessage(static_cast<int>(message.wParam));  // comes whatever is asked for
+            return;
+        }
+}
+
 void capture_feeds(UiContext* ui, bool may_ask) {
     const CapturePress press = capture_feeds_press(ui->file_capture, may_ask);
     if (press == CapturePress::nobody_to_ask)
         return log_warn("Capture Feeds: nobody can be asked for a directory now — ignored");
-    show_outcome(ui, press == CapturePress::stop ? stop(ui_recorders(ui)) : start(ui));
+    if (press == CapturePress::ask) return show_outcome(ui, start(ui));
+    show_outcome(ui, stop(ui_recorders(ui)));
+    forget_clicks_on(GetDlgItem(ui->window, kCmdCaptureFeeds));
 }
 
 void pause_recording(UiContext* ui) {

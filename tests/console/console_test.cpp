@@ -47,6 +47,13 @@ void ConsoleTest::order_workers(std::initializer_list<const char*> lines) {
     installation_write(installation, "fake.txt", text);
 }
 
+void ConsoleTest::wait_for_workers(std::initializer_list<const char*> reports) {
+    for (const char* report : reports)
+        ASSERT_TRUE(wait_until([&] {
+            return installation_read(installation, "fake.log").find(report) != std::string::npos;
+        })) << report;
+}
+
 void ConsoleTest::open_shared() {
     ASSERT_TRUE(shared_view_open(&shared)) << "the control block or a sync object is missing";
 }

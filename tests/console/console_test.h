@@ -26,6 +26,9 @@ protected:
     // Orders for the fake workers, one per line (fake_worker.h).
     void order_workers(std::initializer_list<const char*> lines);
 
+    // Waits until the fake workers have reported each of these ("capfile[0] pid=").
+    void wait_for_workers(std::initializer_list<const char*> reports);
+
     // Maps the program's control block and sync objects into `shared`.
     void open_shared();
 

@@ -95,6 +95,26 @@ testing::AssertionResult log_shows_in_order_from(const Installation& installatio
     return testing::AssertionSuccess();
 }
 
+static int64_t log_time_of(const Installation& installation, const std::string& pattern) {
+    const std::vector<std::string> lines = log_lines(installation);
+    const std::vector<std::string> raw = log_raw_lines(installation);
+    for (size_t i = 0; i < lines.size(); ++i) {
+        int32_t hour = 0, minute = 0, second = 0, milli = 0;
+        if (log_line_matches(lines[i], pattern) &&
+            sscanf(raw[i].c_str(), "%d:%d:%d.%d", &hour, &minute, &second, &milli) == 4)
+            return ((int64_t{hour} * 60 + minute) * 60 + second) * 1000 + milli;
+    }
+    return -1;
+}
+
+int64_t log_ms_between(const Installation& installation, const std::string& from, const std::string& to) {
+    const int64_t start = log_time_of(installation, from);
+    const int64_t end = log_time_of(installation, to);
+    if (start < 0 || end < 0) return -1;
+    constexpr int64_t kDay = 24 * 60 * 60 * 1000;
+    return (end - start + kDay) % kDay;
+}
+
 std::string last_line_of(const std::vector<std::string>& lines, const std::string& start) {
     std::string found;
     for (const std::string& line : lines) {

@@ -30,6 +30,10 @@ int32_t log_count(const Installation& installation, const std::string& pattern);
 testing::AssertionResult log_shows(const Installation& installation, const std::string& pattern, int32_t times = 1,
                                    uint32_t patience_ms = kPatienceMs);
 
+// Milliseconds, as the lines' own times have it, from the first line of one pattern to the first of the other; less
+// than a day. -1 when one is missing.
+int64_t log_ms_between(const Installation& installation, const std::string& from, const std::string& to);
+
 // What stands behind `start` in the last line that has it; empty when none has.
 std::string last_line_of(const std::vector<std::string>& lines, const std::string& start);
 

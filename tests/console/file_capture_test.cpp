@@ -9,14 +9,17 @@
 
 #include "ipc/scoped_handle.h"
 #include "tests/console/console_test.h"
+#include "tests/console/mouse.h"
 #include "tests/support/video_probe.h"
 
 namespace {
 
-constexpr int32_t kCapture = 728, kPause = 729, kStopAll = 202;
-constexpr uint32_t kGraceMs = 8000;
+constexpr int32_t kCapture = 728, kPause = 729, kStopAll = 202, kStartVideogen = 230, kFileCapture = 510;
+constexpr int64_t kGraceMs = 8000, kSlackMs = 5000;
 constexpr char kCapturing[] = "Capturing all 3 feeds — press \"Stop Capturing\" to finish";
 constexpr char kStopped[] = "Capture Feeds stopped — files finalized in selected directory";
+constexpr char kStopping[] = "Capture Feeds: stopping (flip capfile_shutdown, wait for exit)";
+constexpr char kStraggler[] = "WRN Capture Feeds: capfile[1] did not exit — terminating (mp4 may miss moov atom)";
 constexpr char kAllRecorders[] = "capfile[0] capfile[1] capfile[2]";
 
 class CaptureFeeds : public ConsoleTest {
@@ -45,12 +48,6 @@ protected:
         choose();
         ASSERT_TRUE(status_becomes(console, kCapturing));
     }
-    void wait_for_workers(const std::vector<std::string>& lines) {
-        for (const std::string& line : lines)
-            ASSERT_TRUE(wait_until([&] {
-                return installation_read(installation, "fake.log").find(line) != std::string::npos;
-            })) << line;
-    }
     void begin_and_wait_for_recorders() {
         begin();
         wait_for_workers({"capfile[0] pid=", "capfile[1] pid=", "capfile[2] pid="});
@@ -69,6 +66,12 @@ protected:
         return testing::AssertionFailure() << button_text(console, kCapture) << " / " << button_text(console, kPause)
                                            << (is_enabled(console, kPause) ? " usable" : " greyed");
     }
+    // By the log's own times.
+    void expect_eight_seconds_of_grace() {
+        const int64_t waited = log_ms_between(installation, kStopping, kStraggler);
+        EXPECT_GE(waited, kGraceMs - 20);
+        EXPECT_LT(waited, kGraceMs + kSlackMs);
+    }
     testing::AssertionResult recorders_are_running() {
         if (current_tab(console) != kTabProcesses && !select_tab(console, kTabProcesses))
             return testing::AssertionFailure() << "no Processes tab";
@@ -79,10 +82,20 @@ protected:
 class CaptureFeedsOnTheRig : public CaptureFeeds {
 protected:
     CaptureFeedsOnTheRig() : CaptureFeeds(true) {}
+    void SetUp() override {
+        remove_recordings();  // of a run that was broken off
+        CaptureFeeds::SetUp();
+    }
     void TearDown() override {
         CaptureFeeds::TearDown();
+        remove_recordings();
+    }
+    void remove_recordings() const {
         for (const std::string& file : files_in_folder(folder, ".mp4")) DeleteFileA(file.c_str());
         RemoveDirectoryA(folder.c_str());
+    }
+    int64_t between(const char* from, const char* to) const {
+        return log_ms_between(installation, from, to);
     }
     // Near the root, because Wine's picker loses its way to a deep one.
     const std::string folder = "C:\\orvek_recordings";
@@ -195,14 +208,14 @@ TEST_F(CaptureFeeds, StoppingWaitsForEveryFileAndTerminatesNobody) {
     EXPECT_TRUE(buttons_are("Capture Feeds", "Pause Recording", false));
     EXPECT_EQ(fields(), "paused 1 1 1 shutdown 1 1 1");
     EXPECT_TRUE(event_is_set(shared, kEventCapfile));
-    EXPECT_TRUE(log_shows_in_order_from(
-        installation, before,
-        {"Capture Feeds: stopping (flip capfile_shutdown, wait for exit)", "capfile[1] exited normally"}));
+    EXPECT_TRUE(log_shows_in_order_from(installation, before, {kStopping, "capfile[1] exited normally"}));
     EXPECT_EQ(log_count(installation, "WRN Capture Feeds: *"), 0);
     EXPECT_EQ(log_count(installation, "stopping capfile*"), 0);
     EXPECT_TRUE(children_of(console.pid).empty());
     ASSERT_TRUE(select_tab(console, kTabProcesses));
-    for (const ListRow& row : process_rows(console)) EXPECT_EQ(row.state, "Stopped") << row.process;
+    const std::vector<ListRow> rows = process_rows(console);
+    EXPECT_EQ(rows.size(), 3u);
+    for (const ListRow& row : rows) EXPECT_EQ(row.state, "Stopped") << row.process;
 }
 
 TEST_F(CaptureFeeds, ANewRecordingCanBeginAfterAStop) {
@@ -221,15 +234,11 @@ TEST_F(CaptureFeeds, ARecorderThatIgnoresTheRequestIsTerminatedAfterEightSeconds
     order_workers({"capfile[0] finish 0", "capfile[2] finish 0"});
     start_with_folder();
     begin_and_wait_for_recorders();
-    const uint64_t asked_at = GetTickCount64();
     press_on(kTabPreview, kCapture);
     ASSERT_TRUE(status_becomes(console, kStopped));
-    EXPECT_GE(GetTickCount64() - asked_at, uint64_t{kGraceMs});
+    expect_eight_seconds_of_grace();
     EXPECT_TRUE(console_answers(console, 1000)) << "the console answers again";
-    EXPECT_TRUE(log_shows_in_order(
-        installation, {"Capture Feeds: stopping (flip capfile_shutdown, wait for exit)",
-                       "WRN Capture Feeds: capfile[1] did not exit — terminating (mp4 may miss moov atom)",
-                       "stopping capfile[1] *"}));
+    EXPECT_TRUE(log_shows_in_order(installation, {kStopping, kStraggler, "stopping capfile[1] *"}));
     EXPECT_EQ(log_count(installation, "WRN Capture Feeds: *"), 1);
     EXPECT_EQ(log_count(installation, "stopping capfile*"), 1) << "the others were not terminated";
     EXPECT_EQ(log_count(installation, "capfile[0] exited normally"), 1);
@@ -289,8 +298,8 @@ TEST_F(CaptureFeeds, ClosingTheWindowFinishesTheFilesBeforeItEndsAnybody) {
     wait_for_workers({"capfile[0] file closed", "capfile[1] file closed", "capfile[2] file closed"});
     EXPECT_EQ(shared_load(shared.block->shutdown), 1u);
     EXPECT_EQ(log_count(installation, "stopping capfile*"), 0);
-    EXPECT_TRUE(log_shows_in_order(installation, {"Capture Feeds: stopping (flip capfile_shutdown, wait for exit)",
-                                                  "capfile[1] exited normally", "process manager shutting down"}));
+    EXPECT_TRUE(
+        log_shows_in_order(installation, {kStopping, "capfile[1] exited normally", "process manager shutting down"}));
 }
 
 TEST_F(CaptureFeeds, ARecorderThatDoesNotListenKeepsTheWindowFromClosingForEightSecondsOnly) {
@@ -300,21 +309,96 @@ TEST_F(CaptureFeeds, ARecorderThatDoesNotListenKeepsTheWindowFromClosingForEight
     const uint32_t pid = console.pid;
     EXPECT_EQ(console_close(&console), 0);
     EXPECT_TRUE(children_of(pid).empty());
-    EXPECT_TRUE(log_shows_in_order(
-        installation, {"WRN Capture Feeds: capfile[1] did not exit — terminating (mp4 may miss moov atom)",
-                       "stopping capfile[1] *", "process manager shutting down"}));
+    expect_eight_seconds_of_grace();
+    EXPECT_TRUE(
+        log_shows_in_order(installation, {kStraggler, "stopping capfile[1] *", "process manager shutting down"}));
 }
 
 TEST_F(CaptureFeeds, StopAllFinishesTheFilesBeforeItEndsTheOthers) {
     order_workers({"capfile finish 0"});
     start_with_folder();
+    press_on(kTabProcesses, kStartVideogen);
+    ASSERT_TRUE(log_shows(installation, "launched videogen *"));
     begin_and_wait_for_recorders();
     press_on(kTabProcesses, kStopAll);
     ASSERT_TRUE(status_becomes(console, "All processes stopped"));
     EXPECT_EQ(log_count(installation, "stopping capfile*"), 0);
-    EXPECT_TRUE(log_shows_in_order(installation, {"Capture Feeds: stopping (flip capfile_shutdown, wait for exit)",
-                                                  "capfile[2] exited normally"}));
+    EXPECT_TRUE(log_shows_in_order(installation, {kStopping, "capfile[2] exited normally", "stopping videogen *"}));
     EXPECT_TRUE(buttons_are("Capture Feeds", "Pause Recording", false));
+}
+
+TEST_F(CaptureFeeds, StopAllInPracticeLetsTheRecordingGoOn) {
+    order_workers({"capfile finish 0", "practice_player ready", "motion ready", "videogen ready", "viewer ready"});
+    start_with_folder("feed_count=1");
+    press_on(kTabPreview, 701);
+    ASSERT_TRUE(log_shows(installation, "practice: all processes ready, viewer launched, playing"));
+    begin_and_wait_for_recorders();
+    press_on(kTabProcesses, kStopAll);
+    ASSERT_TRUE(status_becomes(console, "Practice ended — captures resumed; motion stayed alive"));
+    EXPECT_EQ(log_count(installation, kStopping), 0);
+    EXPECT_EQ(fields(), "paused 0 0 0 shutdown 0 0 0");
+    EXPECT_TRUE(buttons_are("Stop Capturing", "Pause Recording", true));
+    for (const char* recorder : {"capfile[0]", "capfile[1]", "capfile[2]"})
+        EXPECT_NE(pid_of_child(console, recorder), 0u) << recorder;
+}
+
+TEST_F(CaptureFeeds, ARecorderThatDiesIsNotStartedAgain) {
+    start_with_folder();
+    begin_and_wait_for_recorders();
+    ASSERT_TRUE(select_tab(console, kTabProcesses));
+    ASSERT_TRUE(end_process(pid_of_child(console, "capfile[1]")));
+    ASSERT_TRUE(log_shows(installation, "ERR capfile[1] exited with code *"));
+    EXPECT_TRUE(running_children_become(console, "capfile[0] capfile[2]"));
+    EXPECT_EQ(log_count(installation, "restarting *"), 0);
+    EXPECT_EQ(log_count(installation, "launched capfile[1] *"), 1);
+}
+
+// Nothing keeps the panel's recorders and these apart; whoever closes the program wants all files whole.
+TEST_F(CaptureFeeds, ClosingFinishesTheRecordersOfThePanelAsWell) {
+    order_workers({"capfile finish 0"});
+    start_with_folder();
+    begin_and_wait_for_recorders();
+    send_command(console, kFileCapture);
+    ASSERT_TRUE(log_shows(installation, "capture_panel: opened *"));
+    const uint32_t pid = console.pid;
+    ASSERT_TRUE(wait_until([&] { return children_of(pid).size() == 6; }));
+    EXPECT_EQ(console_close(&console), 0);
+    EXPECT_TRUE(children_of(pid).empty());
+    EXPECT_EQ(log_count(installation, "capture_panel: closed"), 1);
+    EXPECT_EQ(log_count(installation, "stopping capfile*"), 0);
+    for (const char* recorder : {"capfile[0]", "capfile[1]", "capfile[2]"})
+        EXPECT_EQ(log_count(installation, std::string(recorder) + " exited normally"), 2) << recorder;
+}
+
+TEST_F(CaptureFeeds, AFolderThatCannotBeSavedIsToldAndTheRecordingBegins) {
+    start_with_folder();
+    ASSERT_TRUE(CreateDirectoryA(installation_path(installation, "settings.txt.tmp").c_str(), nullptr));
+    begin();
+    EXPECT_TRUE(log_shows(installation,
+                          "WRN Capture Feeds: output_dir = C:\\windows could not be saved — recording goes where the "
+                          "file says"));
+    EXPECT_EQ(log_count(installation, "Capture Feeds: output_dir = *"), 0);
+    EXPECT_TRUE(recorders_are_running());
+}
+
+// The window is silent while it waits for the recorders; whoever clicks again meant the button as it was then.
+TEST_F(CaptureFeeds, ImpatientClicksWhileItStopsAskForNoFolder) {
+    order_workers({"capfile[0] finish 0", "capfile[1] finish 3000", "capfile[2] finish 0"});
+    start_with_folder();
+    begin_and_wait_for_recorders();
+    ASSERT_TRUE(select_tab(console, kTabPreview));
+    ASSERT_TRUE(brought_to_front(console.window));
+    HWND button = control(console, kCapture);
+    for (int32_t i = 0; i < 3; ++i) {
+        ASSERT_TRUE(click_at(button, 70, 10));
+        Sleep(100);
+    }
+    ASSERT_TRUE(status_becomes(console, kStopped));
+    EXPECT_TRUE(console_answers(console, kPatienceMs));
+    EXPECT_FALSE(wait_until([&] { return message_box(console) != nullptr; }, 1500)) << "it asks for a folder";
+    EXPECT_TRUE(buttons_are("Capture Feeds", "Pause Recording", false));
+    ASSERT_TRUE(click_at(button, 70, 10));
+    EXPECT_TRUE(wait_until([&] { return message_box(console) != nullptr; })) << "a click thereafter counts";
 }
 
 TEST_F(CaptureFeeds, ClosingTheProgramUnderThePickerBeginsNothing) {
@@ -372,11 +456,16 @@ TEST_F(CaptureFeedsOnTheRig, APracticeRunRecordedWithAPauseLeavesThreeWholeFiles
 
     const std::vector<std::string> files = files_in_folder(folder, ".mp4");
     ASSERT_EQ(files.size(), 3u);
+    constexpr int64_t kFew = 12;
+    const int64_t recorded_ms = between("launched capfile[0] *", "Capture Feeds: recording paused") +
+                                between("Capture Feeds: recording resumed", kStopping);
+    const int64_t room = recorded_ms * 60 / 1000 + kFew;
     for (int32_t feed = 0; feed < kFeedCount; ++feed) {
         const std::string& file = files[static_cast<size_t>(feed)];
         EXPECT_NE(file.find("\\cap_" + std::to_string(feed) + "_"), std::string::npos) << file;
         const VideoFacts facts = probe_video(file);
         EXPECT_TRUE(facts.whole) << file << ": " << facts.complaints;
         EXPECT_GT(facts.frames, 60) << file;
+        EXPECT_LT(facts.frames, room) << file << ": the pause is in it";
     }
 }
