@@ -76,53 +76,85 @@ static void print_growth(const Soak& soak) {
                largest_growth(soak.samples[i]));
 }
 
-static void write_json(const Soak& soak, double minutes) {
-    if (soak.report_path.empty()) return;
-    std::string json = "{";
-    add_number(&json, "seed", static_cast<double>(soak.seed));
-    add_number(&json, "minutes", minutes);
-    add_number(&json, "lives_with_stand_ins", soak.lives_fake);
-    add_number(&json, "lives_on_the_rig", soak.lives_rig);
-    add_number(&json, "operator_acts", soak.operator_acts);
-    add_number(&json, "questions_asked", static_cast<double>(soak.meter.asked));
-    add_number(&json, "longest_close_ms", soak.longest_close_ms);
-    add_number(&json, "longest_start_ms", soak.longest_start_ms);
-    json += "\n\"faults\": [";
+static void add_run(std::string* json, const Soak& soak, double minutes) {
+    add_number(json, "seed", static_cast<double>(soak.seed));
+    add_number(json, "minutes", minutes);
+    add_number(json, "lives_with_stand_ins", soak.lives_fake);
+    add_number(json, "lives_on_the_rig", soak.lives_rig);
+    add_number(json, "operator_acts", soak.operator_acts);
+    add_number(json, "questions_asked", static_cast<double>(soak.meter.asked));
+    add_number(json, "longest_close_ms", soak.longest_close_ms);
+    add_number(json, "longest_start_ms", soak.longest_start_ms);
+}
+
+static void add_faults(std::string* json, const Soak& soak) {
+    *json += "\n\"faults\": [";
     for (int32_t i = 1, written = 0; i < kFaultKinds; ++i) {
-        if (soak.tally[i].thrown == 0) continue;
-        json += written++ > 0 ? ",\n{" : "\n{";
-        add_number(&json, "thrown", soak.tally[i].thrown);
-        add_number(&json, "survived", soak.tally[i].survived);
-        add_number(&json, "named", soak.tally[i].named);
-        json += "\"kind\": ";
-        add_json_text(&json, std::string(fault_name(static_cast<Fault>(i))));
-        json += "}";
+        const FaultTally& tally = soak.tally[i];
+        if (tally.thrown == 0) continue;
+        *json += written++ > 0 ? ",\n{" : "\n{";
+        add_number(json, "thrown", tally.thrown);
+        add_number(json, "survived", tally.survived);
+        add_number(json, "named", tally.named);
+        *json += "\"kind\": ";
+        add_json_text(json, std::string(fault_name(static_cast<Fault>(i))));
+        *json += "}";
     }
-    json += "],\n\"silences\": [";
-    for (size_t i = 0; i < soak.meter.notable.size(); ++i) {
-        const Silence& silence = soak.meter.notable[i];
-        json += i > 0 ? ",\n{" : "\n{";
-        add_number(&json, "ms", silence.lasted_ms);
-        add_number(&json, "allowed_ms", silence.allowed_ms);
-        add_number(&json, "without_processor_ms", silence.starved_ms);
-        json += "\"during\": ";
-        add_json_text(&json, silence.because);
-        json += "}";
+    *json += "]";
+}
+
+static void add_silences(std::string* json, const std::vector<Silence>& silences) {
+    *json += "\n\"silences\": [";
+    for (size_t i = 0; i < silences.size(); ++i) {
+        *json += i > 0 ? ",\n{" : "\n{";
+        add_number(json, "ms", silences[i].lasted_ms);
+        add_number(json, "allowed_ms", silences[i].allowed_ms);
+        add_number(json, "without_processor_ms", silences[i].starved_ms);
+        *json += "\"during\": ";
+        add_json_text(json, silences[i].because);
+        *json += "}";
     }
-    json += "],\n\"growth\": {";
+    *json += "]";
+}
+
+static void add_growth(std::string* json, const Soak& soak) {
+    *json += "\n\"growth\": {";
     for (int32_t i = 0; i < kResourceCount; ++i) {
-        json += std::string(i > 0 ? ", \"" : "\"") + kLimits[i].key + "\": {";
-        add_number(&json, "per_hour", growth_per_hour(soak.samples[i]));
+        *json += std::string(i > 0 ? ", \"" : "\"") + kLimits[i].key + "\": {";
+        add_number(json, "per_hour", growth_per_hour(soak.samples[i]));
         char text[64];
         snprintf(text, sizeof text, "\"largest_in_a_life\": %.0f}", largest_growth(soak.samples[i]));
-        json += text;
+        *json += text;
     }
-    json += "},\n\"failures\": [";
-    for (size_t i = 0; i < soak.failures.size(); ++i) {
-        json += i > 0 ? ",\n" : "\n";
-        add_json_text(&json, soak.failures[i]);
+    *json += "}";
+}
+
+static void add_failures(std::string* json, const std::vector<std::string>& failures) {
+    *json += "\n\"failures\": [";
+    for (size_t i = 0; i < failures.size(); ++i) {
+        *json += i > 0 ? ",\n" : "\n";
+        add_json_text(json, failures[i]);
     }
-    json += "]}\n";
+    *json += "]";
+}
+
+static std::string as_json(const Soak& soak, double minutes) {
+    std::string json = "{";
+    add_run(&json, soak, minutes);
+    add_faults(&json, soak);
+    json += ",";
+    add_silences(&json, soak.meter.notable);
+    json += ",";
+    add_growth(&json, soak);
+    json += ",";
+    add_failures(&json, soak.failures);
+    json += "}\n";
+    return json;
+}
+
+static void write_json(const Soak& soak, double minutes) {
+    if (soak.report_path.empty()) return;
+    const std::string json = as_json(soak, minutes);
     FILE* file = fopen(soak.report_path.c_str(), "wb");
     if (file == nullptr) return;
     fwrite(json.data(), 1, json.size(), file);
