@@ -1,49 +1,56 @@
 # shellcheck shell=bash
 # `./dev package`: what is handed out. Sourced by dev, whose names it uses.
 #
-# The last commit is packed, built from a copy of its own, so that nothing that lies about comes along. The same commit
-# gives the same bytes on every machine with the same tools: no time of day, no path, no order of a folder goes in.
+# The last commit is packed: a copy of it is taken out of the repository and packs itself, with its own script, so that
+# nothing that lies about in the tree comes along. The same commit gives the same bytes on every machine with the same
+# tools: no time of day, no path, no order of a folder goes in.
 
 readonly PACKAGE_DIR=$ROOT/build/package
 readonly PACKAGE_TOOLS=(zip unzip nsis)
-# The one place that knows it; the programs have it from there, too.
-PACKAGE_VERSION=$(sed -n 's/^project(Orvekline VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
-readonly PACKAGE_VERSION
 
 package() {
-  local commit_time out=$PACKAGE_DIR/out
   setup
   install_packages package "${PACKAGE_TOOLS[@]}"
   [ -z "$(git status --porcelain)" ] || say "package: what is not committed is left out"
-  commit_time=$(git log -1 --format=%ct)
-  rm -rf "$PACKAGE_DIR/source" "$PACKAGE_DIR/stage" "$out"
-  mkdir -p "$PACKAGE_DIR/source" "$PACKAGE_DIR/stage" "$out"
-  git archive HEAD | tar -x -C "$PACKAGE_DIR/source"
-  say "package: Orvekline $PACKAGE_VERSION, commit $(git log -1 --format=%h)"
-  build_package_programs
-
-  stage_product "$PACKAGE_DIR/stage/orvekline-$PACKAGE_VERSION"
-  stage_rig "$PACKAGE_DIR/stage/orvekline-$PACKAGE_VERSION-rig"
-  stage_contract "$PACKAGE_DIR/stage/orvekline-$PACKAGE_VERSION-worker-contract"
-  # One time for every file, that of the commit, and one set of rights.
-  find "$PACKAGE_DIR/stage" -type d -exec chmod 755 {} + -o -type f -exec chmod 644 {} +
-  find "$PACKAGE_DIR/stage" -exec touch -h -d "@$commit_time" {} +
-  local folder
-  for folder in "$PACKAGE_DIR/stage"/*; do make_zip "$folder" "$out/${folder##*/}.zip"; done
-  make_installer "$PACKAGE_VERSION" "$commit_time" "$out/orvekline-$PACKAGE_VERSION-setup.exe"
-  (cd "$out" && sha256sum -- * >SHA256SUMS && cat SHA256SUMS)
+  pack_commit HEAD "$PACKAGE_DIR"
   say "package: build/package/out"
 }
 
-# Where the copy's own ./dev would build, so that the compiler's cache knows every file.
-readonly PACKAGE_BIN=$PACKAGE_DIR/source/build/windows/bin
+# Packs a commit of the repository in whose tree we stand. Of that tree itself nothing is read.
+pack_commit() { # commit, folder that gets source, stage and out
+  local commit seconds
+  commit=$(git rev-parse --verify "$1^{commit}") && seconds=$(git log -1 --format=%ct "$commit") || return
+  rm -rf "$2/source" "$2/stage" "$2/out"
+  mkdir -p "$2/source"
+  git archive "$commit" | tar -x -C "$2/source" || return
+  say "package: commit $(git log -1 --format=%h "$commit")"
+  (cd "$2/source" && ./dev pack "$seconds" "$2")
+}
 
-build_package_programs() {
-  (
-    cd "$PACKAGE_DIR/source"
-    cmake --preset windows >../configure.log 2>&1 || { cat ../configure.log; exit 1; }
-    cmake --build --preset windows --target "${PRODUCT[@]}"
-  )
+# The one place that knows it; the programs have it from there, too.
+package_version() { # folder of a source tree
+  sed -n 's/^project(Orvekline VERSION \([0-9.]*\).*/\1/p' "$1/CMakeLists.txt"
+}
+
+# `./dev pack`, for the copy alone: packs the tree that this script belongs to.
+pack() { # seconds since 1970 that every file gets, folder for stage and out
+  local version stage=$2/stage out=$2/out folder
+  version=$(package_version "$ROOT")
+  say "package: Orvekline $version"
+  # Whoever waits for a package can wait; the tests that run beside it measure time.
+  renice -n 19 "$BASHPID" >/dev/null
+  mkdir -p build "$stage" "$out"
+  build_preset windows "${PRODUCT[@]}"
+
+  stage_product "$stage/orvekline-$version"
+  stage_rig "$stage/orvekline-$version-rig"
+  stage_contract "$stage/orvekline-$version-worker-contract"
+  # One time for every file, that of the commit, and one set of rights.
+  find "$stage" -type d -exec chmod 755 {} + -o -type f -exec chmod 644 {} +
+  find "$stage" -exec touch -h -d "@$1" {} +
+  for folder in "$stage"/*; do make_zip "$folder" "$out/${folder##*/}.zip"; done
+  make_installer "$version" "$1" "$stage/orvekline-$version" "$out/orvekline-$version-setup.exe"
+  (cd "$out" && sha256sum -- * >SHA256SUMS && cat SHA256SUMS)
 }
 
 stage_texts() { # folder
@@ -52,8 +59,8 @@ stage_texts() { # folder
 
 stage_product() { # folder
   mkdir -p "$1/doc"
-  cp "$PACKAGE_BIN/Orvek.exe" "$PACKAGE_BIN/orvekctl.exe" "$1/"
-  cp -r "$PACKAGE_BIN/doc/help" "$1/doc/"
+  cp "$WINDOWS_BIN/Orvek.exe" "$WINDOWS_BIN/orvekctl.exe" "$1/"
+  cp -r "$WINDOWS_BIN/doc/help" "$1/doc/"
   cp packaging/sample/settings.txt packaging/sample/jumpers.csv "$1/"
   stage_texts "$1"
 }
@@ -62,7 +69,7 @@ stage_rig() { # folder
   local program
   mkdir -p "$1"
   for program in capture motion videogen viewer practice_player capfile measure; do
-    cp "$PACKAGE_BIN/$program.exe" "$1/"
+    cp "$WINDOWS_BIN/$program.exe" "$1/"
   done
   cp packaging/rig/README.md packaging/rig/rig.txt "$1/"
   stage_texts "$1"
@@ -92,7 +99,7 @@ make_zip() { # folder, archive
   (cd "${1%/*}" && find "${1##*/}" -type f | sort | TZ=UTC zip -X -q -9 "$2" -@)
 }
 
-make_installer() { # version, time, installer
-  SOURCE_DATE_EPOCH=$2 makensis -V2 -NOCD -DVERSION="$1" -DSTAGE="$PACKAGE_DIR/stage/orvekline-$1" -DOUT="$3" \
-    packaging/installer.nsi >"$PACKAGE_DIR/makensis.log" || { cat "$PACKAGE_DIR/makensis.log"; return 1; }
+make_installer() { # version, time, folder of the console, installer
+  SOURCE_DATE_EPOCH=$2 makensis -V2 -NOCD -DVERSION="$1" -DSTAGE="$3" -DOUT="$4" packaging/installer.nsi \
+    >build/makensis.log || { cat build/makensis.log; return 1; }
 }

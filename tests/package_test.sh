@@ -27,14 +27,21 @@ says() { # wanted text, command...
   case $said in *"$wanted"*) ;; *) echo "says: $said"; return 1 ;; esac
 }
 
-# The same commit packed again, from a new copy and a new build.
-packs_alike() {
-  cp "$PACKAGE_DIR/out/SHA256SUMS" "$TEST_DIR/first_sums" && package >/dev/null &&
-    diff "$TEST_DIR/first_sums" "$PACKAGE_DIR/out/SHA256SUMS"
+# The same commit packed again, by a new build, from a clone that lies elsewhere and in which every file is emptied.
+packs_alike() { # commit
+  local clone=$TEST_DIR/package_clone again=$TEST_DIR/package_again
+  rm -rf "$clone"
+  git clone -q --shared "$ROOT" "$clone" || return
+  (
+    cd "$clone" && git checkout -q --detach "$1" && git ls-files -z | xargs -0 truncate -s 0 -- &&
+      pack_commit HEAD "$again"
+  ) || return
+  diff "$PACKAGE_DIR/out/SHA256SUMS" "$again/out/SHA256SUMS"
 }
 
 example_compiles() { # folder of the contract
-  x86_64-w64-mingw32-g++-posix -std=c++17 -Wall -Wextra -Werror -O2 -I"$1" -static -o "$1/motion.exe" "$1/minimal_worker.cpp"
+  nice -n 19 x86_64-w64-mingw32-g++-posix -std=c++17 -Wall -Wextra -Werror -O2 \
+    -I"$1" -static -o "$1/motion.exe" "$1/minimal_worker.cpp"
 }
 
 starts_and_closes() { # folder of the console
@@ -43,7 +50,7 @@ starts_and_closes() { # folder of the console
 }
 
 installs() { # folder
-  timeout 120 "$WINE" "$PACKAGE_DIR/out/orvekline-$PACKAGE_VERSION-setup.exe" /S "/D=$(winepath_of "$1")" &&
+  timeout 120 "$WINE" "$PACKAGE_DIR/out/orvekline-$version-setup.exe" /S "/D=$(windows_path "$1")" &&
     is_there "$1/Orvek.exe" "$1/orvekctl.exe" "$1/settings.txt" "$1/doc/help/index.html" "$1/uninstall.exe"
 }
 
@@ -55,28 +62,29 @@ uninstalls() { # folder
   [ "$tries" -lt 100 ] && is_gone "$1/Orvek.exe" "$1/orvekctl.exe" "$1/doc" "$1/LICENSE.txt"
 }
 
-winepath_of() { windows_path "$1" | tr / '\\'; }
-
 start_menu_entries() {
   find "$WINEPREFIX/drive_c" -path '*Start Menu/Programs/Orvekline/*.lnk' | wc -l
 }
 
 test_package() {
-  local work=$TEST_DIR/package folder
-  package >"$TEST_DIR/package.log" 2>&1 || { tail -n 20 "$TEST_DIR/package.log"; count "package" 1; return; }
+  local work=$TEST_DIR/package commit folder version
+  commit=$(git rev-parse HEAD)
+  pack_commit "$commit" "$PACKAGE_DIR" >"$TEST_DIR/package.log" 2>&1 ||
+    { tail -n 20 "$TEST_DIR/package.log"; count "package" 1; return; }
+  version=$(package_version "$PACKAGE_DIR/source")
   rm -rf "$work"
   mkdir -p "$work"
   for folder in "" -rig -worker-contract; do
-    check "the archive orvekline$folder is whole" unzip -q "$PACKAGE_DIR/out/orvekline-$PACKAGE_VERSION$folder.zip" -d "$work"
+    check "the archive orvekline$folder is whole" unzip -q "$PACKAGE_DIR/out/orvekline-$version$folder.zip" -d "$work"
   done
   check "the sums are right" sh -c "cd '$PACKAGE_DIR/out' && sha256sum --check --quiet SHA256SUMS"
-  check "the same commit gives the same bytes" packs_alike
+  check "the same commit gives the same bytes, wherever it is packed and whatever its tree holds" packs_alike "$commit"
   check "the example worker compiles as C++17 from the contract alone" \
-    example_compiles "$work/orvekline-$PACKAGE_VERSION-worker-contract"
+    example_compiles "$work/orvekline-$version-worker-contract"
   check "every field of the control block stands in the contract" \
-    grep -q '| 9768 | `force_request` |' "$work/orvekline-$PACKAGE_VERSION-worker-contract/contract.md"
+    grep -q '| 9768 | `force_request` |' "$work/orvekline-$version-worker-contract/contract.md"
 
-  folder=$work/orvekline-$PACKAGE_VERSION
+  folder=$work/orvekline-$version
   check "orvekctl of the archive runs" says "min_blob_sizes[0]" "$WINE" "$folder/orvekctl.exe" settings list
   check "the console of the archive tells its options" says "--capture-test" "$WINE" "$folder/Orvek.exe" --help
   check "the console of the archive starts and closes" starts_and_closes "$folder"
@@ -84,6 +92,7 @@ test_package() {
   folder=$work/installed
   check "the installer installs" installs "$folder"
   check "the Start menu shows it" test "$(start_menu_entries)" = 2
+  check "the list of installed programs shows it" is_registered
   echo "the operator's" >"$folder/settings.txt"
   echo "a film" >"$folder/cap_0.mp4"
   check "it installs over an older version" installs "$folder"
