@@ -95,10 +95,11 @@ Section "Uninstall"
   Delete "$INSTDIR\doc\help\settings.html"
   RMDir "$INSTDIR\doc\help"
   RMDir "$INSTDIR\doc"
-  Delete "$INSTDIR\uninstall.exe"
-  RMDir "$INSTDIR"
   Delete "$SMPROGRAMS\Orvekline\Orvekline.lnk"
   Delete "$SMPROGRAMS\Orvekline\Orvekline help.lnk"
   RMDir "$SMPROGRAMS\Orvekline"
   DeleteRegKey HKCU "${KEY}"
+  ; Last, so that whoever waits for it finds everything done, and what was interrupted can be begun again.
+  Delete "$INSTDIR\uninstall.exe"
+  RMDir "$INSTDIR"
 SectionEnd

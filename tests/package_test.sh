@@ -21,10 +21,11 @@ is_gone() {
 }
 
 says() { # wanted text, command...
-  local wanted=$1 said
+  local wanted=$1 said=$TEST_DIR/package_said
   shift
-  said=$("$@" 2>&1) || { echo "status $?: $said"; return 1; }
-  case $said in *"$wanted"*) ;; *) echo "says: $said"; return 1 ;; esac
+  # Into a file: a pipe stays open for as long as what Wine starts beside a program does.
+  "$@" >"$said" 2>&1 || { echo "status $?:"; cat "$said"; return 1; }
+  grep -qF -e "$wanted" "$said" || { echo "says:"; cat "$said"; return 1; }
 }
 
 # The same commit packed again, by a new build, from a clone that lies elsewhere and in which every file is emptied.
@@ -54,12 +55,21 @@ installs() { # folder
     is_there "$1/Orvek.exe" "$1/orvekctl.exe" "$1/settings.txt" "$1/doc/help/index.html" "$1/uninstall.exe"
 }
 
-# The uninstaller goes on in a copy of itself, which is waited for by what it removes last.
+# The uninstaller goes on in a copy of itself, which removes the one in the folder last.
 uninstalls() { # folder
   timeout 120 "$WINE" "$1/uninstall.exe" /S
-  local tries
-  for tries in $(seq 100); do [ -e "$1/uninstall.exe" ] || break; sleep 0.2; done
-  [ "$tries" -lt 100 ] && is_gone "$1/Orvek.exe" "$1/orvekctl.exe" "$1/doc" "$1/LICENSE.txt"
+  for _ in $(seq 300); do [ -e "$1/uninstall.exe" ] || break; sleep 0.2; done
+  is_gone "$1/uninstall.exe" "$1/Orvek.exe" "$1/orvekctl.exe" "$1/doc" "$1/LICENSE.txt"
+}
+
+# What the list of installed programs reads.
+is_registered() {
+  "$WINE" reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\Orvekline' /v UninstallString
+}
+
+# Asks for what is always there, too, so that a reg.exe that does not run is no good news.
+is_unregistered() {
+  "$WINE" reg query 'HKCU\Software\Microsoft\Windows\CurrentVersion' >/dev/null && ! is_registered
 }
 
 start_menu_entries() {
@@ -100,4 +110,5 @@ test_package() {
   check "the uninstaller removes the programs" uninstalls "$folder"
   check "it keeps settings and recordings" is_there "$folder/settings.txt" "$folder/jumpers.csv" "$folder/cap_0.mp4"
   check "it takes itself out of the Start menu" test "$(start_menu_entries)" = 0
+  check "it takes itself out of the list of installed programs" is_unregistered
 }
