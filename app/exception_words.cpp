@@ -8,6 +8,7 @@ struct ExceptionName {
 };
 
 constexpr ExceptionName kExceptions[] = {
+    {0x20474343, "unhandled C++ exception"},  // as GCC's programs throw it
     {0x40000015, "aborted"},
     {0x40010005, "ended by Ctrl+C"},
     {0x80000002, "misaligned data"},
@@ -29,8 +30,9 @@ constexpr ExceptionName kExceptions[] = {
     {0xC0000142, "DLL failed to start"},
     {0xC0000374, "heap corruption"},
     {0xC0000409, "stopped itself (fast fail)"},
+    {0xC000041D, "fault in a window callback"},
     {0xC0000420, "assertion failed"},
-    {0xE06D7363, "unhandled C++ exception"},
+    {0xE06D7363, "unhandled C++ exception"},  // as Microsoft's do
 };
 
 }  // namespace

@@ -20,6 +20,7 @@ TEST(ExitWords, NameTheFaultThatAProgramDiedOf) {
         const char* words;
     };
     constexpr Case kCases[] = {
+        {0x20474343, "unhandled C++ exception"},
         {0x40000015, "aborted"},
         {0xC0000005, "access violation"},
         {0xC0000017, "out of memory"},
@@ -32,6 +33,7 @@ TEST(ExitWords, NameTheFaultThatAProgramDiedOf) {
         {0xC0000142, "DLL failed to start"},
         {0xC0000374, "heap corruption"},
         {0xC0000409, "stopped itself (fast fail)"},
+        {0xC000041D, "fault in a window callback"},
         {0xE06D7363, "unhandled C++ exception"},
     };
     for (const Case& one : kCases) EXPECT_EQ(words_of(kEndingByItself, one.code), one.words) << std::hex << one.code;
@@ -42,6 +44,7 @@ TEST(ExitWords, OfACodeThatTheProgramChoseShowItAsItWasWritten) {
     EXPECT_EQ(words_of(kEndingByItself, 1), "code 1");
     EXPECT_EQ(words_of(kEndingByItself, 3), "aborted (code 3)");
     EXPECT_EQ(words_of(kEndingByItself, 77), "code 77");
+    EXPECT_EQ(words_of(kEndingByItself, 0x20474342), "code 541541186");
     EXPECT_EQ(words_of(kEndingByItself, 0x3FFFFFFF), "code 1073741823");
     EXPECT_EQ(words_of(kEndingByItself, 0xFFFFFFFF), "code -1");
     EXPECT_EQ(words_of(kEndingByItself, 0xFFFF0000), "code -65536");
