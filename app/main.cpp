@@ -67,14 +67,6 @@ static void take_command_line(UiContext* ui, const CommandLine& command_line) {
     cli.pause_before_start = command_line.pause_before_start;
 }
 
-static int fail_start(const CommandLine& command_line, const char* text) {
-    show_start_error(command_line, text);
-    crash_report_set_workers(nullptr);
-    log_close();
-    one_controller_release();
-    return 1;
-}
-
 // Where the settings are, or will be.
 static void find_rig_folder(const char* settings_path, char folder[kSettingsPathSize]) {
     char full_path[kSettingsPathSize] = "";
@@ -94,6 +86,64 @@ static int refuse_start(const CommandLine& command_line, const RunningController
                 MB_OK | MB_ICONINFORMATION | MB_SETFOREGROUND);
     one_controller_bring_forward(running);
     return 1;
+}
+
+static void begin_log(const char* settings_path) {
+    log_open("controller", 0, kLogFile);
+    log_info("starting controller, settings: %s", settings_path);
+    log_info("Orvekline %s", ORVEK_VERSION);
+}
+
+static void clean_up_after_predecessor(ControllerClaim claim) {
+    if (start_may_end_orphans(claim)) return kill_stale();
+    log_warn("controller: cannot tell whether another controller runs — workers of an earlier run are left alone");
+}
+
+static int fail_start(const CommandLine& command_line, const char* text) {
+    show_start_error(command_line, text);
+    return 1;
+}
+
+static int run_window(HINSTANCE instance, const CommandLine& command_line, Settings* settings,
+                      ProcessManager* processes, const char* settings_path) {
+    std::unique_ptr<UiContext> ui(new (std::nothrow) UiContext());
+    if (!ui) {
+        log_error("failed to allocate UI context (%llu bytes)", static_cast<unsigned long long>(sizeof(UiContext)));
+        return fail_start(command_line, "Out of memory for UI context");
+    }
+    if (main_window_create(ui.get(), instance, settings, processes, settings_path) != 0) {
+        log_error("failed to create controller UI");
+        ui.reset();
+        return fail_start(command_line, "controller_ui_create failed");
+    }
+    take_command_line(ui.get(), command_line);
+    test_mode_schedule(ui.get());
+    sync_captures(ui.get());
+
+    const int32_t quit_code = main_window_run(ui.get());
+
+    const int32_t cli_exit_code = ui->cli.exit_code;
+    main_window_destroy(ui.get());
+    ui.reset();
+    procmgr_release_all(processes);
+    const bool unattended = command_line.mode != kModeInteractive;
+    if (unattended) log_info("CLI mode: exit code %d", cli_exit_code);
+    log_info("controller exiting");
+    return unattended ? cli_exit_code : quit_code;
+}
+
+static int run_controller(HINSTANCE instance, const CommandLine& command_line, const char* settings_path) {
+    const auto settings = std::make_unique<Settings>();
+    settings_init_defaults(settings.get());
+    settings_load(settings.get(), settings_path);
+
+    const auto processes = std::make_unique<ProcessManager>();
+    procmgr_init(processes.get());
+    set_work_dir(processes.get(), settings_path);
+    crash_report_set_workers(processes.get());
+    const int exit_code = run_window(instance, command_line, settings.get(), processes.get(), settings_path);
+    crash_report_set_workers(nullptr);
+    return exit_code;
 }
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE /*previous*/, LPSTR command_line_text, int /*show*/) {
@@ -117,47 +167,10 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE /*previous*/, LPSTR command_lin
     const ControllerClaim claim = one_controller_claim(folder, &running);
     if (claim == ControllerClaim::taken) return refuse_start(command_line, running, folder);
 
-    log_open("controller", 0, kLogFile);
-    log_info("starting controller, settings: %s", settings_path);
-    log_info("Orvekline %s", ORVEK_VERSION);
-    if (claim == ControllerClaim::unguarded) log_warn("controller: cannot tell whether another controller runs");
-
-    kill_stale();
-
-    const auto settings = std::make_unique<Settings>();
-    settings_init_defaults(settings.get());
-    settings_load(settings.get(), settings_path);
-
-    const auto processes = std::make_unique<ProcessManager>();
-    procmgr_init(processes.get());
-    crash_report_set_workers(processes.get());
-    set_work_dir(processes.get(), settings_path);
-
-    std::unique_ptr<UiContext> ui(new (std::nothrow) UiContext());
-    if (!ui) {
-        log_error("failed to allocate UI context (%llu bytes)", static_cast<unsigned long long>(sizeof(UiContext)));
-        return fail_start(command_line, "Out of memory for UI context");
-    }
-    if (main_window_create(ui.get(), instance, settings.get(), processes.get(), settings_path) != 0) {
-        log_error("failed to create controller UI");
-        ui.reset();
-        return fail_start(command_line, "controller_ui_create failed");
-    }
-    take_command_line(ui.get(), command_line);
-    test_mode_schedule(ui.get());
-    sync_captures(ui.get());
-
-    const int32_t quit_code = main_window_run(ui.get());
-
-    const int32_t cli_exit_code = ui->cli.exit_code;
-    main_window_destroy(ui.get());
-    ui.reset();
-    procmgr_release_all(processes.get());
-    crash_report_set_workers(nullptr);
-    const bool unattended = command_line.mode != kModeInteractive;
-    if (unattended) log_info("CLI mode: exit code %d", cli_exit_code);
-    log_info("controller exiting");
+    begin_log(settings_path);
+    clean_up_after_predecessor(claim);
+    const int exit_code = run_controller(instance, command_line, settings_path);
     log_close();
     one_controller_release();
-    return unattended ? cli_exit_code : quit_code;
+    return exit_code;
 }

@@ -13,7 +13,7 @@ namespace {
 
 constexpr char kMutexName[] = "Local\\SkiJumpController";
 constexpr char kRecordName[] = "Local\\SkiJumpControllerRecord";
-constexpr DWORD kIntroductionMs = 2000;  // between taking the mutex and saying who one is lies next to nothing
+constexpr DWORD kSliceMs = 250;  // of waiting, before the next look at who is waited for
 
 struct Claim {
     HANDLE mutex = nullptr;  // owned by the main thread
@@ -38,7 +38,7 @@ static void introduce(const char* folder) {
     shared_store(record.pid, static_cast<uint32_t>(GetCurrentProcessId()));
 }
 
-// All zero while nobody has introduced himself.
+// All zero while nobody has introduced himself, or somebody is just doing so.
 static RunningController read_record() {
     RunningController copy = {};
     const ScopedHandle mapping(OpenFileMappingA(FILE_MAP_READ, FALSE, kRecordName));
@@ -50,7 +50,7 @@ static RunningController read_record() {
     copy.state = shared_load(record->state);
     memcpy(copy.folder, record->folder, sizeof copy.folder);
     copy.folder[sizeof copy.folder - 1] = '\0';
-    return copy;
+    return shared_load(record->pid) == copy.pid ? copy : RunningController{};
 }
 
 // Abandoned: its owner died, and its workers are orphans.
@@ -61,11 +61,12 @@ static bool becomes_ours(HANDLE mutex, DWORD patience_ms) {
 
 // Whoever closes is waited for, and whoever has not said yet who he is.
 static bool wait_for(HANDLE mutex, RunningController* running) {
-    if (becomes_ours(mutex, 0)) return true;
-    *running = read_record();
-    if (running->pid == 0 && becomes_ours(mutex, kIntroductionMs)) return true;
-    *running = read_record();
-    return running->state == kControllerClosing && becomes_ours(mutex, kClosingPatienceMs);
+    StartWait wait = {};
+    for (DWORD patience_ms = 0; !becomes_ours(mutex, patience_ms); patience_ms = kSliceMs) {
+        *running = read_record();
+        if (!start_waits(&wait, *running, kSliceMs)) return false;
+    }
+    return true;
 }
 
 ControllerClaim one_controller_claim(const char* folder, RunningController* running) {

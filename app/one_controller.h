@@ -5,15 +5,6 @@
 
 #include "app/second_start.h"
 
-enum class ControllerClaim {
-    ours,      // held until one_controller_release
-    taken,     // another one runs
-    unguarded  // the system refuses the mutex: nobody can tell, the start goes on
-};
-
-// How long a start waits for a controller that is closing: it may have recordings to finish first.
-inline constexpr uint32_t kClosingPatienceMs = 20000;
-
 // Becomes the session's controller, of `folder`, or fills `running` with the one that is.
 ControllerClaim one_controller_claim(const char* folder, RunningController* running);
 

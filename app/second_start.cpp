@@ -3,6 +3,21 @@
 #include <algorithm>
 #include <string_view>
 
+bool start_waits(StartWait* wait, const RunningController& seen, uint32_t slice_ms) {
+    if (seen.pid == 0) {
+        wait->unknown_ms += slice_ms;
+        return wait->unknown_ms <= kIntroductionMs;
+    }
+    wait->unknown_ms = 0;
+    if (seen.state != kControllerClosing) return false;
+    wait->closing_ms += slice_ms;
+    return wait->closing_ms <= kClosingPatienceMs;
+}
+
+bool start_may_end_orphans(ControllerClaim claim) {
+    return claim == ControllerClaim::ours;
+}
+
 // Windows' file names differ in more than the case of ASCII letters; a wrong "no" costs one superfluous sentence.
 static bool same_folder(std::string_view a, std::string_view b) {
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };

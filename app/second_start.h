@@ -15,6 +15,30 @@ struct RunningController {
     char folder[kControllerFolderSize];
 };
 
+// How a start's try to become the session's controller came out.
+enum class ControllerClaim {
+    ours,      // held until one_controller_release
+    taken,     // another one runs
+    unguarded  // the system refuses the mutex: nobody can tell, the start goes on
+};
+
+// How long a start waits for a controller that is closing: it may have recordings to finish first.
+inline constexpr uint32_t kClosingPatienceMs = 20000;
+// And for one that has not said yet who it is: between taking the mutex and saying so lies next to nothing.
+inline constexpr uint32_t kIntroductionMs = 2000;
+
+// What a start has waited so far. Starts as zeros.
+struct StartWait {
+    uint32_t closing_ms, unknown_ms;
+};
+
+// Whether a start waits another `slice_ms` for the controller that `seen` describes at this moment. To be asked again
+// after each slice: of several starts that wait for a closing one, one becomes the running one.
+bool start_waits(StartWait* wait, const RunningController& seen, uint32_t slice_ms);
+
+// Whether the workers that are still listed are orphans for certain: they may be another controller's.
+bool start_may_end_orphans(ControllerClaim claim);
+
 inline constexpr char kSecondStartCaption[] = "Already Running";
 
 // For the operator: which one runs, why there can be no second, and what helps. `own_folder` is the refused start's.

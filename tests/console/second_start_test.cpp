@@ -26,6 +26,14 @@ protected:
         motion = shared_load(shared.block->pid_slot[3]);
         capture = shared_load(shared.block->pid_slot[0]);
     }
+    // A recording whose files take a while. The first one is left in the middle of it.
+    void begin_a_close_of_five_seconds() {
+        order_workers({"capfile finish 5000"});
+        start_with({"feed_count=1"}, "--capture-test");
+        ASSERT_TRUE(log_shows(installation, "CLI capture-test: flipping capfile to CAPTURING*"));
+        PostMessageW(console.window, WM_CLOSE, 0, 0);
+        ASSERT_TRUE(log_shows(installation, "settings: saved to *"));
+    }
     void start_second(const Installation& in, const std::string& arguments = "") {
         second = {};
         second.process = installation_start(in, "Orvek.exe", arguments, nullptr, &second.pid);
@@ -145,13 +153,32 @@ TEST_F(SecondStart, BesideACrashedOnesBoxShowsTheBox) {
 }
 
 TEST_F(SecondStart, WaitsForOneThatIsClosing) {
-    order_workers({"capfile finish 1500"});
-    start_with({"feed_count=1"}, "--capture-test");
-    ASSERT_TRUE(log_shows(installation, "CLI capture-test: flipping capfile to CAPTURING*"));
-    PostMessageW(console.window, WM_CLOSE, 0, 0);
-    ASSERT_TRUE(log_shows(installation, "settings: saved to *"));
+    begin_a_close_of_five_seconds();
     start_second(installation, "--capture-test --duration 1");
+    EXPECT_EQ(WaitForSingleObject(console.process, 2500), static_cast<DWORD>(WAIT_TIMEOUT));
+    EXPECT_EQ(WaitForSingleObject(second.process, 0), static_cast<DWORD>(WAIT_TIMEOUT)) << "it is to wait";
     EXPECT_EQ(console_wait_for_exit(&console, kPatienceMs), 0);
     EXPECT_EQ(console_wait_for_exit(&second, kPatienceMs), 0);
     EXPECT_FALSE(installation_has(installation, kLog));
+}
+
+TEST_F(SecondStart, OfTwoThatWaitForAClosingOneOneRunsAndTheOtherSaysSo) {
+    begin_a_close_of_five_seconds();
+    start_second(installation, "--practice-test");
+    Console third = {};
+    third.process = installation_start(installation, "Orvek.exe", "--practice-test", nullptr, &third.pid);
+    ASSERT_NE(third.process, nullptr);
+    EXPECT_EQ(console_wait_for_exit(&console, kPatienceMs), 0);
+    const HANDLE both[] = {second.process, third.process};
+    const DWORD first_to_end = WaitForMultipleObjects(2, both, FALSE, 10000);
+    ASSERT_LE(first_to_end, WAIT_OBJECT_0 + 1) << "the second one still waits";
+    Console& refused = first_to_end == WAIT_OBJECT_0 ? second : third;
+    const Console& running = first_to_end == WAIT_OBJECT_0 ? third : second;
+    const std::vector<std::string> lines = log_lines(installation, kLog);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0], "ERR second start: Orvek.exe (PID " + std::to_string(running.pid) + ") already runs in " +
+                            installation.folder + " — this start ends");
+    EXPECT_EQ(console_wait_for_exit(&refused, kPatienceMs), 1);
+    EXPECT_TRUE(is_running(running.pid));
+    console_release(&third);
 }

@@ -48,3 +48,63 @@ TEST(SecondStart, LeavesOneLineInTheLog) {
     EXPECT_EQ(second_start_log_text(kRig),
               "second start: Orvek.exe (PID 4711) already runs in C:\\rig — this start ends");
 }
+
+namespace {
+
+// How long a start waits when it sees this all the time.
+uint32_t waited_ms(StartWait* wait, const RunningController& seen) {
+    constexpr uint32_t kSliceMs = 250;
+    uint32_t waited = 0;
+    while (waited < 60000 && start_waits(wait, seen, kSliceMs)) waited += kSliceMs;
+    return waited;
+}
+
+RunningController in_state(ControllerState state) {
+    RunningController running = kRig;
+    running.state = state;
+    return running;
+}
+
+}  // namespace
+
+TEST(SecondStart, WaitsForAClosingOneForTwentySeconds) {
+    StartWait wait = {};
+    EXPECT_EQ(waited_ms(&wait, in_state(kControllerClosing)), 20000u);
+}
+
+TEST(SecondStart, WaitsForNobodyThatRunsOrHasCrashed) {
+    StartWait wait = {};
+    EXPECT_EQ(waited_ms(&wait, kRig), 0u);
+    EXPECT_EQ(waited_ms(&wait, in_state(kControllerCrashed)), 0u);
+}
+
+TEST(SecondStart, StopsWaitingWhenAnotherStartBecomesTheRunningOneOrTheClosingOneCrashes) {
+    for (const ControllerState next : {kControllerRunning, kControllerCrashed}) {
+        StartWait wait = {};
+        EXPECT_TRUE(start_waits(&wait, in_state(kControllerClosing), 250));
+        EXPECT_TRUE(start_waits(&wait, {}, 250)) << "between the two nobody has said who he is";
+        EXPECT_FALSE(start_waits(&wait, in_state(next), 250));
+    }
+}
+
+TEST(SecondStart, GivesOneThatHasNotSaidWhoItIsTwoSecondsEachTime) {
+    StartWait wait = {};
+    EXPECT_EQ(waited_ms(&wait, {}), 2000u);
+    wait = {};
+    for (int32_t i = 0; i < 8; ++i) EXPECT_TRUE(start_waits(&wait, {}, 250));
+    EXPECT_TRUE(start_waits(&wait, in_state(kControllerClosing), 250));
+    EXPECT_EQ(waited_ms(&wait, {}), 2000u);
+}
+
+TEST(SecondStart, WaitsForSeveralClosingOnesNoLongerThanForOne) {
+    StartWait wait = {};
+    for (int32_t i = 0; i < 40; ++i) EXPECT_TRUE(start_waits(&wait, in_state(kControllerClosing), 250));
+    EXPECT_TRUE(start_waits(&wait, {}, 250));
+    EXPECT_EQ(waited_ms(&wait, in_state(kControllerClosing)), 10000u);
+}
+
+TEST(OneController, EndsTheWorkersOfAPredecessorOnlyWhenNobodyElseCanOwnThem) {
+    EXPECT_TRUE(start_may_end_orphans(ControllerClaim::ours));
+    EXPECT_FALSE(start_may_end_orphans(ControllerClaim::taken));
+    EXPECT_FALSE(start_may_end_orphans(ControllerClaim::unguarded));
+}
