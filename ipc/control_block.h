@@ -4,8 +4,9 @@
 //
 // Each field names its writer and its lock. "controller" and "workers" say who changes it in normal operation; "both"
 // that either does. A number is the index of the mutex that guards it, "-" that it has a single writer and is read
-// racily. Take at most one of these mutexes at a time. Bytes named workers_N belong to the workers; the controller
-// zeroes them with the whole block at start-up and never looks at them again.
+// racily. What the controller puts back before each run does not make it a writer. Take at most one of these mutexes
+// at a time. Bytes named workers_N belong to the workers; the controller zeroes them with the whole block at start-up
+// and never looks at them again.
 #pragma once
 
 #include <cstddef>
@@ -27,7 +28,7 @@ using int64_in_4_byte_block [[gnu::aligned(4)]] = int64_t;
 struct FeedChannelBlock {  // 56 bytes, one per feed and channel
     uint32_t nw;           //   0  workers, mutex 3+feed: frames written so far into this channel's ring
     uint8_t workers_4[16];
-    int64_in_4_byte_block frame_seq;  //  20  workers, -: running 64-bit frame sequence count
+    int64_in_4_byte_block frame_seq;  //  20  workers, -: seq of the newest frame, plus 1
     uint8_t workers_28[28];
 };
 static_assert(sizeof(FeedChannelBlock) == 56 && alignof(FeedChannelBlock) == 4);
@@ -48,7 +49,7 @@ struct ControlBlock {
     int32_t output_frame_idx;      //   80  workers, 15: newest finished slot of the output shown; negative = none
     uint32_t feed_frame_count[3];  //   84  workers, -: per feed, a running frame counter
     uint8_t workers_96[8];
-    int8_t channel;  //  104  controller, 2: live channel 0..2
+    int8_t channel;  //  104  workers, 2: live channel 0..2; the controller follows it
     uint8_t workers_105[7];
     int64_t force_start_seq;  //  112  controller, 12: first frame of the movie asked for
     int64_t force_end_seq;    //  120  controller, 13: last frame of it
@@ -85,15 +86,15 @@ struct ControlBlock {
     uint32_t erase_shadows_on;    //  536  controller, -: 1 = motion shadow removal on
     uint8_t workers_540[148];
     int64_t movie_serial;    //  688  workers, -: serial number of the newest movie
-    uint32_t pid_slot[8];    //  696  both, 27+slot: process ids of running workers; 0 or kPidSlotEmpty = empty
+    uint32_t pid_slot[8];    //  696  both, 27+slot: process ids of workers, ended ones too; 0 or kPidSlotEmpty = none
     int64_t sync_epoch_us;   //  728  controller, -: common time origin, microseconds of the performance counter
     int64_t epoch_reserved;  //  736  controller, -: 0
     uint8_t workers_744[20];
-    FeedChannelBlock feed[kFeedCount][kChannelCount];  //  764
+    FeedChannelBlock feed[kFeedCount][kChannelCount];  //  764  workers, see below: counters of each ring
     uint8_t workers_1268[8492];
-    int32_t force_frame;     // 9760  workers, -: -1 at start-up
-    uint32_t force_state;    // 9764  workers, -: 0 at start-up
-    uint32_t force_request;  // 9768  controller, -: 1 when a Force Video request is posted, then event 13
+    int32_t force_frame;     // 9760  workers, -: the movie builder's own; -1 at start-up
+    uint32_t force_state;    // 9764  workers, -: the movie builder's own; 0 at start-up
+    uint32_t force_request;  // 9768  both, -: 1 = a Force Video request is posted, then event 13; 0 = taken
     uint8_t workers_9772[4];
 };
 
