@@ -1,6 +1,6 @@
 // The least that a worker does: a detector that detects nothing. It stands in for motion.exe, follows its feed's
-// frames and shows every duty of a worker towards the console: attach, register, announce readiness, wake for frames,
-// report progress, obey, leave.
+// frames and shows every duty of a worker towards the console: attach, register, announce readiness, notice frames,
+// report progress, repeat what was zeroed, obey, leave.
 //
 //   minimal_worker FEED [SETTINGS_FILE]
 //
@@ -19,7 +19,8 @@
 namespace {
 
 constexpr DWORD kAttachLimitMs = 10'000;
-constexpr DWORD kPollMs = 50;  // how long a request to leave may go unnoticed at most
+constexpr DWORD kPollMs = 8;          // about as long a frame or a request to leave goes unnoticed
+constexpr ULONGLONG kUpkeepMs = 500;  // between two looks at whether our entries still stand
 
 struct Worker {
     ControlBlock* control = nullptr;
@@ -27,8 +28,10 @@ struct Worker {
     HANDLE event[kSyncObjectCount] = {};
     int32_t feed = 0;
     int32_t pid_slot = -1;
+    ULONGLONG next_upkeep_ms = 0;
     const uint8_t* ring = nullptr;  // of the live channel
     int32_t channel = -1;
+    uint32_t seen = 0;  // the ring's write counter when last looked at
 };
 
 }  // namespace
@@ -62,12 +65,21 @@ static void unlock(const Worker& worker, int32_t mutex) {
     ReleaseMutex(worker.mutex[mutex]);
 }
 
-// So that the next console finds us if this one crashes.
+// A worker that the console terminated left its entry behind, so a dead owner makes an entry free as well.
+static bool is_free(uint32_t pid) {
+    if (pid == 0 || pid == kPidSlotEmpty) return true;
+    HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, pid);
+    if (!process) return GetLastError() == ERROR_INVALID_PARAMETER;  // nobody has this id
+    const bool dead = WaitForSingleObject(process, 0) == WAIT_OBJECT_0;
+    CloseHandle(process);
+    return dead;
+}
+
+// So that the next console finds us if this one crashes. Without a free entry we work all the same.
 static void claim_pid_slot(Worker* worker) {
     for (int32_t slot = 0; slot < kPidSlotCount && worker->pid_slot < 0; ++slot) {
         lock(*worker, kMutexPidSlot + slot);
-        const uint32_t pid = shared_load(worker->control->pid_slot[slot]);
-        if (pid == 0 || pid == kPidSlotEmpty) {
+        if (is_free(shared_load(worker->control->pid_slot[slot]))) {
             shared_store(worker->control->pid_slot[slot], static_cast<uint32_t>(GetCurrentProcessId()));
             worker->pid_slot = slot;
         }
@@ -82,8 +94,16 @@ static bool attach(Worker* worker) {
         if (GetTickCount64() > give_up) return false;
         Sleep(kPollMs);
     }
-    claim_pid_slot(worker);
     return true;
+}
+
+// Claims an entry at first, and again after a console that started later has zeroed the block.
+static void keep_pid_slot(Worker* worker) {
+    if (GetTickCount64() < worker->next_upkeep_ms) return;
+    worker->next_upkeep_ms = GetTickCount64() + kUpkeepMs;
+    const int32_t slot = worker->pid_slot;
+    if (slot >= 0 && shared_load(worker->control->pid_slot[slot]) != GetCurrentProcessId()) worker->pid_slot = -1;
+    claim_pid_slot(worker);
 }
 
 static void set_ready(const Worker& worker, int32_t value) {
@@ -102,34 +122,43 @@ static bool follow_live_channel(Worker* worker) {
     feed_region_name(name, worker->feed, channel);
     worker->ring = static_cast<const uint8_t*>(open_region(name));
     worker->channel = channel;
+    worker->seen = 0;
     return worker->ring != nullptr;
 }
 
-// Looks at the newest complete frame, where a detector would look for the jumper, and says how far it has come.
+// Looks at the newest complete frame, where a detector would look for the jumper.
 static void look_at_newest_frame(const Worker& worker) {
-    const int32_t feed = worker.feed;
-    lock(worker, kMutexNw + feed);
-    const uint32_t written = shared_load(worker.control->feed[feed][worker.channel].nw);
-    unlock(worker, kMutexNw + feed);
-    const uint8_t* slot = worker.ring + feed_slot_offset(newest_slot(written));
+    const uint8_t* slot = worker.ring + feed_slot_offset(newest_slot(worker.seen));
     const uint8_t* luma = slot + y_plane_offset();
     const auto* header = reinterpret_cast<const FrameSlotHeader*>(slot);
     printf("frame %lld, brightness of its middle %d\n", static_cast<long long>(shared_load(header->seq)),
            luma[kFeedHeight / 2 * kFrameWidth + kFrameWidth / 2]);
-    lock(worker, kMutexMotionIdx + feed);
-    shared_store(worker.control->motion_idx[feed], written);
-    unlock(worker, kMutexMotionIdx + feed);
+}
+
+// No event tells of a frame: the write counter does.
+static void follow_frames(Worker* worker) {
+    const int32_t feed = worker->feed;
+    lock(*worker, kMutexNw + feed);
+    const uint32_t written = shared_load(worker->control->feed[feed][worker->channel].nw);
+    unlock(*worker, kMutexNw + feed);
+    if (written == worker->seen) return;
+    worker->seen = written;
+    if (written < 2) return;  // the frame in front of the writer is not read
+    if (shared_load(worker->control->motion_paused[feed]) == 0) look_at_newest_frame(*worker);
+    lock(*worker, kMutexMotionIdx + feed);
+    shared_store(worker->control->motion_idx[feed], written - 1);
+    unlock(*worker, kMutexMotionIdx + feed);
 }
 
 static void work(Worker* worker) {
     const int32_t wake = kEventMotionWake + worker->feed;
-    set_ready(*worker, kWorkerAttached);
     while (shared_load(worker->control->shutdown) == 0) {
-        const bool woken = WaitForSingleObject(worker->event[wake], kPollMs) == WAIT_OBJECT_0;
-        if (woken) ResetEvent(worker->event[wake]);
-        if (!follow_live_channel(worker)) continue;
-        set_ready(*worker, kWorkerReady);
-        if (woken && shared_load(worker->control->motion_paused[worker->feed]) == 0) look_at_newest_frame(*worker);
+        keep_pid_slot(worker);
+        const bool has_ring = follow_live_channel(worker);
+        set_ready(*worker, has_ring ? kWorkerReady : kWorkerAttached);  // again and again: it may have been zeroed
+        if (has_ring) follow_frames(worker);
+        // The console wakes us to leave, and for nothing else.
+        if (WaitForSingleObject(worker->event[wake], kPollMs) == WAIT_OBJECT_0) ResetEvent(worker->event[wake]);
     }
     set_ready(*worker, kWorkerNotStarted);
 }

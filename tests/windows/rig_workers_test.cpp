@@ -16,8 +16,6 @@
 #include "tests/support/wait.h"
 #include "tests/windows/worker_stage.h"
 
-namespace {}  // namespace
-
 static size_t count_of(const std::string& text, const std::string& part) {
     size_t count = 0;
     for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
@@ -65,6 +63,15 @@ protected:
             << line << " error " << GetLastError();
     }
 
+    // The id of a process that ended; nobody else gets it while `kept` lives.
+    uint32_t ended_process(ScopedHandle* kept) {
+        start("minimal_worker.exe", "9 ");  // there is no such feed
+        WaitForSingleObject(child.hProcess, kPatienceMs);
+        CloseHandle(child.hThread);
+        kept->reset(child.hProcess);
+        return child.dwProcessId;
+    }
+
     // Appends a frame of snow to feed 1's ring, with a dark body of 60 x 40 at `x` unless that is negative.
     void write_frame(int32_t x) {
         const uint32_t nw = control->feed[1][0].nw;
@@ -108,13 +115,41 @@ TEST_F(RigWorkers, TheContractsMinimalWorkerDoesEveryDuty) {
     start("minimal_worker.exe", "1 ");
     ASSERT_TRUE(wait_until([&] { return shared_load(control->motion_ready[1]) == kWorkerReady; }));
     EXPECT_EQ(shared_load(control->pid_slot[0]), child.dwProcessId);
+    for (uint32_t frames = 0; frames < 3; ++frames) write_frame(-1);
+    EXPECT_TRUE(frames_seen(2)) << "no event tells a detector of a frame";
+    shared_store(control->motion_paused[1], 1u);
     write_frame(-1);
-    write_frame(-1);
-    const ScopedHandle wake(CreateEventA(nullptr, TRUE, FALSE, (kEventNamePrefix + std::to_string(7)).c_str()));
-    SetEvent(wake.get());
-    EXPECT_TRUE(frames_seen(2));
+    EXPECT_TRUE(frames_seen(3)) << "it moves along while it is paused";
     EXPECT_EQ(leave(), 0u);
     EXPECT_EQ(shared_load(control->motion_ready[1]), kWorkerNotStarted);
+    EXPECT_EQ(shared_load(control->pid_slot[0]), 0u);
+}
+
+TEST_F(RigWorkers, TheContractsMinimalWorkerRepeatsWhatALaterConsoleHasZeroed) {
+    start("minimal_worker.exe", "1 ");
+    ASSERT_TRUE(wait_until([&] { return shared_load(control->motion_ready[1]) == kWorkerReady; }));
+    shared_store(control->pid_slot[0], 0u);
+    shared_store(control->motion_ready[1], kWorkerNotStarted);
+    EXPECT_TRUE(wait_until([&] { return shared_load(control->motion_ready[1]) == kWorkerReady; }));
+    EXPECT_TRUE(wait_until([&] { return shared_load(control->pid_slot[0]) == child.dwProcessId; }));
+    shared_store(control->pid_slot[0], kPidSlotEmpty);
+    EXPECT_TRUE(wait_until([&] { return shared_load(control->pid_slot[0]) == child.dwProcessId; }));
+    EXPECT_EQ(leave(), 0u);
+}
+
+TEST_F(RigWorkers, TheContractsMinimalWorkerTakesTheEntryOfADeadOwnerAndLeavesALivingOnesAlone) {
+    constexpr uint32_t nobodys_id = 0xFFFFFFF0;
+    ScopedHandle ended;
+    control->pid_slot[0] = GetCurrentProcessId();
+    control->pid_slot[1] = ended_process(&ended);
+    start("minimal_worker.exe", "1 ");
+    EXPECT_TRUE(wait_until([&] { return shared_load(control->pid_slot[1]) == child.dwProcessId; }));
+    EXPECT_EQ(shared_load(control->pid_slot[0]), GetCurrentProcessId());
+    shared_store(control->pid_slot[0], nobodys_id);
+    shared_store(control->pid_slot[1], 0u);
+    EXPECT_TRUE(wait_until([&] { return shared_load(control->pid_slot[0]) == child.dwProcessId; }));
+    EXPECT_EQ(shared_load(control->pid_slot[1]), 0u);
+    EXPECT_EQ(leave(), 0u);
     EXPECT_EQ(shared_load(control->pid_slot[0]), 0u);
 }
 
