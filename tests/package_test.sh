@@ -45,6 +45,26 @@ example_compiles() { # folder of the contract
     -I"$1" -static -o "$1/motion.exe" "$1/minimal_worker.cpp"
 }
 
+# What the headers assert of the places of fields, as rows of a table: those and no others has the page.
+contract_is_complete() { # folder of the contract
+  sed -nE -e 's/^ORVEK_AT\(([a-z_0-9]+), ([0-9]+)\);.*/\2 \1/p' "$1"/ipc/*.h >"$TEST_DIR/asserted"
+  grep -ohE 'offsetof\([A-Za-z]+, [a-z_0-9]+\) == [0-9]+' "$1"/ipc/*.h |
+    sed -E 's/.*, ([a-z_0-9]+)\) == ([0-9]+)/\2 \1/' >>"$TEST_DIR/asserted"
+  sed -nE 's/^\| ([0-9]+) \| `([a-z_0-9]+)[^`]*` \|.*/\1 \2/p' "$1/contract.md" >"$TEST_DIR/rows"
+  [ "$(wc -l <"$TEST_DIR/rows")" -gt 50 ] &&
+    diff <(sort "$TEST_DIR/asserted") <(sort "$TEST_DIR/rows") &&
+    ! grep -E '^\| [0-9]+ \|.*\|  \|$' "$1/contract.md"
+}
+
+# The programs that a console ends after a crash.
+names_what_is_ended() { # page
+  local program programs
+  programs=$(grep -oE '[a-z_]+\.exe' "$PACKAGE_DIR/source/ipc/worker_names.cpp") || return
+  for program in $programs; do
+    sed -n '/By these entries/,/Nothing else is ended/p' "$1" | grep -qF "\`$program\`" || { echo "$program"; return 1; }
+  done
+}
+
 starts_and_closes() { # folder of the console
   (cd "$1" && ORVEK_RIG_MAX_SECONDS=60 timeout 120 "$WINE" Orvek.exe --capture-test --duration 1) &&
     grep -q 'controller exiting' "$1/controller_debug.log" && is_there "$1/settings.txt"
@@ -91,8 +111,10 @@ test_package() {
   check "the same commit gives the same bytes, wherever it is packed and whatever its tree holds" packs_alike "$commit"
   check "the example worker compiles as C++17 from the contract alone" \
     example_compiles "$work/orvekline-$version-worker-contract"
-  check "every field of the control block stands in the contract" \
-    grep -q '| 9768 | `force_request` |' "$work/orvekline-$version-worker-contract/contract.md"
+  check "every field stands in the contract, with its place and a meaning" \
+    contract_is_complete "$work/orvekline-$version-worker-contract"
+  check "the contract names every program that a console ends after a crash" \
+    names_what_is_ended "$work/orvekline-$version-worker-contract/contract.md"
 
   folder=$work/orvekline-$version
   check "orvekctl of the archive runs" says "min_blob_sizes[0]" "$WINE" "$folder/orvekctl.exe" settings list
