@@ -319,12 +319,13 @@ TEST_F(RigWorkers, ViewerHandsTheClickOverInPicturePixels) {
     ASSERT_TRUE(wait_until([&] { return shared_load(control->viewer_state) == kWorkerReady; }));
     HWND window = nullptr;
     ASSERT_TRUE(wait_until([&] { return (window = FindWindowA("OrveklineViewer", nullptr)) != nullptr; }));
+    const auto title = [&] {
+        char text[64] = "";
+        GetWindowTextA(window, text, sizeof text);
+        return std::string(text);
+    };
     const auto asks_for = [&](const char* what) {
-        char title[64] = "";
-        return wait_until([&] {
-            GetWindowTextA(window, title, sizeof title);
-            return strstr(title, what) != nullptr;
-        });
+        return wait_until([&] { return title().find(what) != std::string::npos; });
     };
     const auto click_is_ignored = [&] {
         PostMessageA(window, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(30, 40));
@@ -347,9 +348,7 @@ TEST_F(RigWorkers, ViewerHandsTheClickOverInPicturePixels) {
     ASSERT_TRUE(wait_until([&] { return shared_load(control->grid_click_ready) == 1; }));
     EXPECT_EQ(shared_load(control->grid_click_x), 600);
     EXPECT_EQ(shared_load(control->grid_click_y), 538);
-    char title[64] = "";
-    GetWindowTextA(window, title, sizeof title);
-    EXPECT_STREQ(title, "Orvekline viewer") << "it asks no longer";
+    EXPECT_TRUE(wait_until([&] { return title() == "Orvekline viewer"; })) << "it asks no longer";
     shared_store(control->grid_click_x, -1);
     PostMessageA(window, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(10, 10));
     Sleep(200);
