@@ -3,19 +3,18 @@
 
 # The settings folder of the run lies on a small volume of its own, which can be full and read-only without harm to
 # anything else. Only root can have one; without it the run says what it leaves out.
-readonly SOAK_VOLUME=$ROOT/build/soak/volume
-
 mount_soak_volume() {
   [ "$(id -u)" = 0 ] || return 1
   unmount_soak_volume
-  mkdir -p "$SOAK_VOLUME"
-  mount -t tmpfs -o size=96m tmpfs "$SOAK_VOLUME" 2>/dev/null
+  mkdir -p "$LANES_TMPDIR/soak_volume"
+  mount -t tmpfs -o size=96m tmpfs "$LANES_TMPDIR/soak_volume" 2>/dev/null
 }
 
 unmount_soak_volume() {
-  mountpoint -q "$SOAK_VOLUME" 2>/dev/null || return 0
-  chattr -i "$SOAK_VOLUME" 2>/dev/null || true
-  umount "$SOAK_VOLUME" 2>/dev/null || umount -l "$SOAK_VOLUME" || true
+  local volume=$LANES_TMPDIR/soak_volume
+  mountpoint -q "$volume" 2>/dev/null || return 0
+  chattr -i "$volume" 2>/dev/null || true
+  umount "$volume" 2>/dev/null || umount -l "$volume" || true
 }
 
 # A preloaded library answers for the wall clock, so that it can be set back for the run's processes alone; the clock
@@ -30,45 +29,47 @@ fake_clock() { # file
   export FAKETIME_DONT_FAKE_MONOTONIC=1 DONT_FAKE_MONOTONIC=1
 }
 
-# Inside a prefix and a display of its own.
-soak_run() { # minutes, seed
-  local status=0 report=$ROOT/build/soak/report-$2.json
-  mkdir -p "$ROOT/build/soak"
+# Inside a lane with a prefix and a display of its own.
+soak_run() { # minutes, seed, report without .txt and .json
+  local status=0
   timeout 60 "$WINESERVER" -w || true  # one that runs already knows the machine's clock only
   if mount_soak_volume; then
-    ORVEK_SOAK_FOLDER=$(windows_path "$SOAK_VOLUME")
+    ORVEK_SOAK_FOLDER=$(windows_path "$LANES_TMPDIR/soak_volume")
     export ORVEK_SOAK_FOLDER
   fi
   (
-    fake_clock "$ROOT/build/soak/clock"
-    timeout $((($1 + 5) * 60)) "$WINE" "$WINDOWS_BIN/soak.exe" "$1" "$2" "$(windows_path "$report")"
-  ) </dev/null >"${report%.json}.txt" 2>&1 || status=$?
+    fake_clock "$LANES_TMPDIR/soak_clock"
+    timeout $((($1 + 5) * 60)) "$WINE" "$WINDOWS_BIN/soak.exe" "$1" "$2" "$(windows_path "$3.json")"
+  ) </dev/null >"$3.txt" 2>&1 || status=$?
   unmount_soak_volume
   return "$status"
 }
 
+soak_figures() { sed -n '/^seed .* minutes/,$p' "$1"; } # report
+
 # ./dev soak MINUTES [SEED]: the whole rig under faults; figures on the screen and, as JSON, in build/soak.
 soak() {
-  local minutes=${1:-10} seed=${2:-$((RANDOM * 32768 + RANDOM))} status=0
+  local minutes=${1:-10} seed=${2:-$((RANDOM * 32768 + RANDOM))} status=0 report
+  report=$ROOT/build/soak/report-$seed
   setup
   build "${PRODUCT[@]}" soak || die "the build failed"
-  mkdir -p "$TEST_DIR"
-  # shellcheck disable=SC2034 # under_wine and stop_lanes read it
-  LANES_TMPDIR=$(mktemp -d "${TMPDIR:-/tmp}/soak.XXXXXX")
-  trap 'unmount_soak_volume; stop_lanes' EXIT
-  trap 'exit 130' INT
-  trap 'exit 143' TERM
+  begin_lanes soak
+  mkdir -p "$ROOT/build/soak"
+  rm -f "$report.txt" "$report.json"
   say "soak: $minutes minutes with seed $seed (progress: build/soak/report-$seed.txt)"
-  under_wine soak soak_run "$minutes" "$seed" || status=$?
-  sed -n '/^seed .* minutes/,$p' "$ROOT/build/soak/report-$seed.txt"
+  start_lane soak under_wine soak soak_run "$minutes" "$seed" "$report"
+  wait "${!LANE_OF_PID[@]}" || status=$?
+  LANE_OF_PID=()
+  cat "$TEST_DIR/soak.out"
+  [ ! -f "$report.txt" ] || soak_figures "$report.txt"
   return "$status"
 }
 
 # The short form, for the tests: a minute or two with a seed that throws much.
 readonly SOAK_TEST_SEED=20
 soak_lane() {
-  local status=0 report=$ROOT/build/soak/report-$SOAK_TEST_SEED.txt
-  soak_run 1 "$SOAK_TEST_SEED" || status=$?
-  [ "$status" = 0 ] || sed -n '/^seed .* minutes/,$p' "$report"
-  count "soak ($(awk '/^all /{print $2 " faults thrown, " $3 " survived"}' "$report"))" "$status"
+  local status=0 report=$TEST_DIR/soak-$SOAK_TEST_SEED
+  soak_run 1 "$SOAK_TEST_SEED" "$report" || status=$?
+  [ "$status" = 0 ] || soak_figures "$report.txt"
+  count "soak ($(awk '/^all /{print $2 " faults thrown, " $3 " survived"}' "$report.txt"))" "$status"
 }

@@ -77,7 +77,7 @@ start_lane() { # name, command...
     passed=0 failed=0 skipped=0
     "$@"
     echo "$passed $failed $skipped" >"$TEST_DIR/$name.counts"
-  ) >"$TEST_DIR/$name.out" 2>&1 </dev/null &
+  ) >"$TEST_DIR/$name.out" 2>&1 </dev/null {LANES_LOCK}>&- &
   set +m
   LANE_OF_PID[$!]=$name
 }
@@ -99,17 +99,30 @@ finish_lanes() {
   done
 }
 
-# Ends what the lanes started, and only that.
+# What belongs to this call alone: a folder in LANES_TMPDIR, which the lanes' own lie in, and what stop_lanes ends. A
+# tree has one call of a kind at a time, whose lanes have names that no other kind's have.
+begin_lanes() { # kind
+  mkdir -p "$TEST_DIR"
+  exec {LANES_LOCK}>"$TEST_DIR/$1.lock"
+  flock -n "$LANES_LOCK" || die "another ./dev $1 is under way in this tree"
+  LANES_TMPDIR=$(mktemp -d "${TMPDIR:-/tmp}/$1.XXXXXX")
+  trap stop_lanes EXIT
+  trap 'exit 130' INT
+  trap 'exit 143' TERM
+}
+
+# Ends what the lanes of this call started, and only that: another call's may run beside them.
 stop_lanes() {
-  local pid prefix
+  local pid lane prefix
   trap - EXIT INT TERM
   for pid in "${!LANE_OF_PID[@]}"; do kill -TERM -- "-$pid" 2>/dev/null || true; done
-  for prefix in "$TEST_DIR"/prefix-*; do
+  for lane in "$LANES_TMPDIR"/*/; do
+    prefix=$TEST_DIR/prefix-$(basename "$lane")
     [ ! -d "$prefix" ] || WINEPREFIX=$prefix "$WINESERVER" -k 2>/dev/null || true
   done
   unmount_soak_volume
   remove_disks
-  [ -z "${LANES_TMPDIR:-}" ] || rm -rf "$LANES_TMPDIR"
+  rm -rf --one-file-system "$LANES_TMPDIR" || true
 }
 
 # Two small file systems for the tests of saving: one that a test may fill, one that nobody can write to. Only root may
@@ -130,7 +143,6 @@ make_disks() {
 
 remove_disks() {
   local disk
-  [ -n "${LANES_TMPDIR:-}" ] || return 0
   for disk in small_disk read_only_disk; do umount -l "$LANES_TMPDIR/$disk" 2>/dev/null || true; done
 }
 
@@ -193,12 +205,9 @@ alone_lane() {
 run_tests() {
   local lane
   setup
-  mkdir -p "$TEST_DIR"
+  install_packages package "${PACKAGE_TOOLS[@]}"  # a lane cannot ask for a password
   build || die "the build failed"
-  LANES_TMPDIR=$(mktemp -d "${TMPDIR:-/tmp}/test.XXXXXX")
-  trap stop_lanes EXIT
-  trap 'stop_lanes; exit 130' INT
-  trap 'stop_lanes; exit 143' TERM
+  begin_lanes test
   make_disks
 
   say "test: the console in $CONSOLE_LANES lanes; units and services under Wine; sanitized units, fuzz targets and lint"
