@@ -118,7 +118,8 @@ stop_lanes() {
   for pid in "${!LANE_OF_PID[@]}"; do kill -TERM -- "-$pid" 2>/dev/null || true; done
   for lane in "$LANES_TMPDIR"/*/; do
     prefix=$TEST_DIR/prefix-$(basename "$lane")
-    [ ! -d "$prefix" ] || WINEPREFIX=$prefix "$WINESERVER" -k 2>/dev/null || true
+    # Below TMPDIR lies also the socket by which a server is found.
+    [ ! -d "$prefix" ] || WINEPREFIX=$prefix TMPDIR=${lane%/} "$WINESERVER" -k 2>/dev/null || true
   done
   unmount_soak_volume
   remove_disks
