@@ -54,7 +54,7 @@ fuzz_targets() { # seconds
     name=${target##*/}
     mkdir -p "build/fuzz/$name" "tests/fuzz/${name%_fuzz}"
     status=0
-    "$target" -max_total_time="$1" -max_len=65536 -timeout=10 -artifact_prefix="build/fuzz/$name-" \
+    "$target" -max_total_time="$1" -max_len=65536 -timeout=60 -artifact_prefix="build/fuzz/$name-" \
       "build/fuzz/$name" "tests/fuzz/${name%_fuzz}" >"$TEST_DIR/$name.log" 2>&1 || status=$?
     [ "$status" = 0 ] || tail -n 30 "$TEST_DIR/$name.log"
     count "fuzz $name ($(grep -oE 'Done [0-9]+ runs|stat::number_of_executed_units: [0-9]+' "$TEST_DIR/$name.log" | tail -n 1))" "$status"
