@@ -221,7 +221,7 @@ static bool is_stamp(std::string_view text) {
     return text.size() == kStampLength;
 }
 
-static bool is_report(std::string_view name, std::string_view extension) {
+bool is_crash_file(std::string_view name, std::string_view extension) {
     constexpr size_t kStart = sizeof kNameStart - 1;
     return name.size() == kStart + kStampLength + 1 + extension.size() && name.size() < kCrashFileNameSize &&
            name.starts_with(kNameStart) && is_stamp(name.substr(kStart, kStampLength)) &&
@@ -230,7 +230,7 @@ static bool is_report(std::string_view name, std::string_view extension) {
 
 bool crash_files_offer(CrashFiles* files, const char* name, const char* extension, const char* written,
                        char removed[kCrashFileNameSize]) {
-    if (!is_report(name, extension) || strcmp(name, written) == 0) return false;
+    if (!is_crash_file(name, extension) || strcmp(name, written) == 0) return false;
     int32_t place = 0;
     while (place < files->count && strcmp(files->names[place], name) < 0) ++place;
     if (files->count < kCrashFilesKept - 1) {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "procs/process_manager.h"
 
@@ -40,6 +41,9 @@ size_t crash_text(const CrashFacts& facts, char* out, size_t size);
 // "crash_YYYYMMDD_HHMMSS.txt": names sort by time.
 inline constexpr size_t kCrashFileNameSize = 32;
 void crash_file_name(const CrashTime& time, const char* extension, char out[kCrashFileNameSize]);
+
+// Whether that is how this file is called; the date need not be one.
+bool is_crash_file(std::string_view name, std::string_view extension);
 
 inline constexpr int32_t kCrashFilesKept = 10;
 

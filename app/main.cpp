@@ -7,6 +7,7 @@
 
 #include "app/command_line.h"
 #include "app/crash_report.h"
+#include "app/dump_writer.h"
 #include "app/file_exists.h"
 #include "app/log.h"
 #include "app/main_window.h"
@@ -147,6 +148,8 @@ static int run_controller(HINSTANCE instance, const CommandLine& command_line, c
 }
 
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE /*previous*/, LPSTR command_line_text, int /*show*/) {
+    int dump_exit_code = 0;
+    if (dump_writer_ran(&dump_exit_code)) return dump_exit_code;
     crash_report_install(kLogFile);
     // At log-off we are asked before our workers are: they would be ended in the middle of a recording.
     SetProcessShutdownParameters(kBeforeWorkers, 0);

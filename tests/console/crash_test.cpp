@@ -22,6 +22,10 @@ protected:
         std::sort(names.begin(), names.end());
         return names;
     }
+    // As Windows shows it; -1 when it does not end.
+    uint32_t exit_code(uint32_t patience_ms = kPatienceMs) {
+        return static_cast<uint32_t>(console_wait_for_exit(&console, patience_ms));
+    }
     std::string only_report() {
         const std::vector<std::string> names = reports(".txt");
         EXPECT_EQ(names.size(), 1u);
@@ -52,15 +56,13 @@ TEST_F(Crash, IsShownToTheOperatorWithCodeAndAddress) {
     })) << message_box_text(box);
     EXPECT_TRUE(message_box_text(box).starts_with("Controller Crash"));
     PostMessageW(box, WM_CLOSE, 0, 0);
-    EXPECT_NE(console_wait_for_exit(&console, kPatienceMs), 0);
+    EXPECT_EQ(exit_code(), 0xC0000005u);
 }
 
 TEST_F(Crash, OfAnUnattendedRunWaitsForNobody) {
     start_with({"feed_count=1"}, "--practice-test");
     remote_crash(console);
-    const int32_t code = console_wait_for_exit(&console, kPatienceMs);
-    EXPECT_NE(code, -1) << "still running, with a message box perhaps";
-    EXPECT_NE(code, 0);
+    EXPECT_EQ(exit_code(), 0xC0000005u) << "-1: still running, with a message box perhaps";
 }
 
 TEST_F(Crash, LeavesWorkersThatTheNextStartEnds) {
@@ -87,7 +89,7 @@ TEST_F(Crash, LeavesAReportThatSaysWhatWhereAndWhoRan) {
     for (const ListRow& row : process_rows(console))
         if (row.process == "motion[1]") motion_pid = row.pid;
     const uint64_t address = remote_crash_in_image(console);
-    EXPECT_EQ(static_cast<uint32_t>(console_wait_for_exit(&console, kPatienceMs)), 0xC0000005u);
+    EXPECT_EQ(exit_code(), 0xC0000005u);
     const std::string text = only_report();
     EXPECT_TRUE(text.starts_with("Orvek.exe crashed\n\nVersion:    " ORVEK_VERSION "\nTime:       20")) << text;
     EXPECT_TRUE(has(text, "access violation (0xC0000005), executing at address " + hex(address) + "\n")) << text;
@@ -153,6 +155,96 @@ TEST_F(Crash, KeepsTheLastTenReportsAndDumps) {
 TEST_F(Crash, OfAThreadThatHoldsTheHeapIsReportedAllTheSame) {
     start_with({"feed_count=1"}, "--capture-test");
     remote_crash_holding_heap(console);
-    EXPECT_EQ(static_cast<uint32_t>(console_wait_for_exit(&console, kPatienceMs)), 0xC0000005u);
+    EXPECT_EQ(exit_code(), 0xC0000005u);
     EXPECT_TRUE(has(only_report(), "Exception:  access violation (0xC0000005)"));
+    EXPECT_EQ(reports(".dmp").size(), 1u);
+}
+
+TEST_F(Crash, OfAnUnattendedRunEndsItEvenWhenNothingCanBeWrittenAnyMore) {
+    constexpr uint32_t kReportPatienceMs = 45000;
+    start_with({"feed_count=1"}, "--capture-test --duration 600");
+    remote_crash_without_heap(console);
+    EXPECT_EQ(exit_code(kReportPatienceMs + kPatienceMs), 0xC0000005u);
+}
+
+TEST_F(Crash, ByAbortIsReportedAsOneAndWaitsForNobody) {
+    start_with({"feed_count=1"}, "--capture-test --duration 600");
+    ASSERT_TRUE(remote_abort(console));
+    EXPECT_EQ(exit_code(), 0x40000015u);
+    EXPECT_TRUE(has(only_report(), "Exception:  aborted (0x40000015)\n"));
+    EXPECT_EQ(reports(".dmp").size(), 1u);
+}
+
+TEST_F(Crash, ByAnExceptionThatNobodyCatchesIsReportedByItsName) {
+    start_with({"feed_count=1"}, "--capture-test --duration 600");
+    remote_raise(console, 0x20474343);
+    EXPECT_EQ(exit_code(), 0x20474343u);
+    EXPECT_TRUE(has(only_report(), "Exception:  unhandled C++ exception (0x20474343)\n"));
+}
+
+namespace {
+
+// A file that takes some kilobytes and then no more, under a dump's name: whoever writes into it gets stuck.
+class StuckDump : public Crash {
+protected:
+    void SetUp() override {
+        Crash::SetUp();
+        pipe = CreateNamedPipeA(kPipe, PIPE_ACCESS_DUPLEX, PIPE_TYPE_BYTE | PIPE_WAIT, 1, 0, 1024, 0, nullptr);
+        ASSERT_NE(pipe, INVALID_HANDLE_VALUE);
+    }
+    void TearDown() override {
+        CloseHandle(pipe);
+        Crash::TearDown();
+    }
+    // Orders a dump of the program, all of whose threads are stopped. Returns the writer's process.
+    HANDLE order_dump(uint32_t end_code) {
+        const DWORD thread = GetWindowThreadProcessId(console.window, nullptr);
+        char order[256];
+        snprintf(order, sizeof order, "--write-dump %u %lu %016llX %u %s", console.pid, thread,
+                 static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(console.remote)), end_code, kPipe);
+        uint32_t pid = 0;
+        HANDLE writer = installation_start(installation, "Orvek.exe", order, nullptr, &pid);
+        EXPECT_TRUE(wait_until([&] {
+            DWORD waiting = 0;
+            return PeekNamedPipe(pipe, nullptr, 0, nullptr, &waiting, nullptr) && waiting > 0;
+        })) << "it writes nothing";
+        remote_stop_threads(console);
+        return writer;
+    }
+
+    static constexpr char kPipe[] = "\\\\.\\pipe\\crash_20260101_000000.dmp";
+    HANDLE pipe = nullptr;
+};
+
+}  // namespace
+
+TEST_F(StuckDump, OfAnUnattendedRunEndsIt) {
+    start_with({"feed_count=1"}, "--capture-test --duration 600");
+    HANDLE writer = order_dump(0xC0000005);
+    EXPECT_EQ(exit_code(), 0xC0000005u);
+    EXPECT_EQ(WaitForSingleObject(writer, kPatienceMs), WAIT_OBJECT_0);
+    CloseHandle(writer);
+}
+
+TEST_F(StuckDump, WithAnOperatorLetsTheProgramGoOnToItsBox) {
+    start_with({"feed_count=1"});
+    HANDLE writer = order_dump(0);
+    EXPECT_FALSE(console_answers(console, 1000)) << "its threads are stopped";
+    EXPECT_EQ(WaitForSingleObject(writer, kPatienceMs), WAIT_OBJECT_0);
+    CloseHandle(writer);
+    EXPECT_TRUE(console_answers(console, kPatienceMs));
+    EXPECT_EQ(console_close(&console), 0);
+}
+
+TEST_F(Crash, DumpIsWrittenForNobodyElse) {
+    const std::string file = installation_path(installation, "crash_20260101_000000.dmp");
+    const std::string self = std::to_string(GetCurrentProcessId()) + " " + std::to_string(GetCurrentThreadId());
+    std::string output;
+    for (const std::string& order : {std::string(), std::string("1 2 3"), self + " 0000000000000010 1 " + file,
+                                     "4294967295 1 0000000000000010 1 " + file}) {
+        EXPECT_EQ(console_run(installation, "--write-dump " + order, &output), 1) << order;
+        EXPECT_EQ(output, "") << order;
+    }
+    EXPECT_EQ(reports(".dmp").size(), 0u);
+    EXPECT_FALSE(installation_has(installation, "controller_debug.log"));
 }

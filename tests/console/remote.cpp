@@ -1,5 +1,7 @@
 #include "tests/console/remote.h"
 
+#include <tlhelp32.h>
+
 #include <cstring>
 #include <iterator>
 
@@ -68,6 +70,12 @@ std::string remote_text(const Console& console, size_t characters) {
     return utf8_from({text, characters < std::size(text) ? characters : std::size(text)});
 }
 
+static void start_there(const Console& console, uint64_t address, void* param = nullptr) {
+    HANDLE thread = CreateRemoteThread(console.process, nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(address),
+                                       param, 0, nullptr);
+    if (thread != nullptr) CloseHandle(thread);
+}
+
 uint64_t remote_call(const Console& console, const void* function, uint64_t a, uint64_t b, uint64_t c, uint64_t d,
                      uint64_t e) {
     RemoteCall call = {reinterpret_cast<uint64_t>(function), a, b, c, d, e, 0};
@@ -86,18 +94,13 @@ void remote_crash(const Console& console) {
     // The call stub with a null function: its own call instruction faults, on a thread with a proper start.
     RemoteCall call = {};
     WriteProcessMemory(console.process, page(console) + kCallAt, &call, sizeof call, nullptr);
-    HANDLE thread = CreateRemoteThread(console.process, nullptr, 0,
-                                       reinterpret_cast<LPTHREAD_START_ROUTINE>(page(console) + kCodeAt),
-                                       page(console) + kCallAt, 0, nullptr);
-    if (thread != nullptr) CloseHandle(thread);
+    start_there(console, reinterpret_cast<uint64_t>(page(console) + kCodeAt), page(console) + kCallAt);
 }
 
 uint64_t remote_crash_in_image(const Console& console) {
     const auto function = reinterpret_cast<const void*>(&GetModuleHandleA);
     const uint64_t image = remote_call(console, function);
-    HANDLE thread = CreateRemoteThread(console.process, nullptr, 0, reinterpret_cast<LPTHREAD_START_ROUTINE>(image),
-                                       nullptr, 0, nullptr);
-    if (thread != nullptr) CloseHandle(thread);
+    start_there(console, image);
     return image;
 }
 
@@ -119,8 +122,79 @@ void remote_crash_holding_heap(const Console& console) {
     memcpy(code + kFunctionAt, &function, sizeof function);
     memcpy(code + kHeapAt, &heap, sizeof heap);
     WriteProcessMemory(console.process, page(console) + kDataAt, code, sizeof code, nullptr);
-    HANDLE thread =
-        CreateRemoteThread(console.process, nullptr, 0,
-                           reinterpret_cast<LPTHREAD_START_ROUTINE>(page(console) + kDataAt), nullptr, 0, nullptr);
-    if (thread != nullptr) CloseHandle(thread);
+    start_there(console, reinterpret_cast<uint64_t>(page(console) + kDataAt));
+}
+
+void remote_crash_without_heap(const Console& console) {
+    constexpr uint32_t kDelayMs = 2000;
+    constexpr size_t kCodeSize = 26;
+    constexpr size_t kDelayAt = 5;
+    constexpr size_t kFunctionAt = 11;
+    uint8_t code[kCodeSize] = {
+        0x48, 0x83, 0xEC, 0x28,                    // sub  rsp, 40
+        0xB9, 0,    0,    0,    0,                 // mov  ecx, delay
+        0x48, 0xB8, 0,    0,    0, 0, 0, 0, 0, 0,  // mov  rax, Sleep
+        0xFF, 0xD0,                                // call rax
+        0x31, 0xC0,                                // xor  eax, eax
+        0xFF, 0xD0,                                // call rax
+        0xC3,                                      // ret
+    };
+    const uint64_t heap = remote_call(console, reinterpret_cast<const void*>(&GetProcessHeap));
+    const auto function = reinterpret_cast<uint64_t>(&Sleep);
+    memcpy(code + kDelayAt, &kDelayMs, sizeof kDelayMs);
+    memcpy(code + kFunctionAt, &function, sizeof function);
+    WriteProcessMemory(console.process, page(console) + kDataAt, code, sizeof code, nullptr);
+    // It has to exist before the lock is taken: no thread can begin without the heap.
+    start_there(console, reinterpret_cast<uint64_t>(page(console) + kDataAt));
+    Sleep(kDelayMs / 4);
+    remote_call(console, reinterpret_cast<const void*>(&HeapLock), heap);
+}
+
+bool remote_abort(const Console& console) {
+    constexpr char kLibrary[] = "msvcrt.dll";
+    constexpr char kFunction[] = "abort";
+    uint8_t* const there = page(console) + kDataAt;
+    const auto place = reinterpret_cast<uint64_t>(there);
+    WriteProcessMemory(console.process, there, kLibrary, sizeof kLibrary, nullptr);
+    const uint64_t library = remote_call(console, reinterpret_cast<const void*>(&GetModuleHandleA), place);
+    WriteProcessMemory(console.process, there, kFunction, sizeof kFunction, nullptr);
+    const uint64_t function = remote_call(console, reinterpret_cast<const void*>(&GetProcAddress), library, place);
+    if (library == 0 || function == 0) return false;
+    start_there(console, function);
+    return true;
+}
+
+void remote_raise(const Console& console, uint32_t code) {
+    constexpr size_t kCodeSize = 31;
+    constexpr size_t kExceptionAt = 5;
+    constexpr size_t kFunctionAt = 19;
+    uint8_t bytes[kCodeSize] = {
+        0x48, 0x83, 0xEC, 0x28,                    // sub  rsp, 40
+        0xB9, 0,    0,    0,    0,                 // mov  ecx, code
+        0x31, 0xD2,                                // xor  edx, edx
+        0x45, 0x31, 0xC0,                          // xor  r8d, r8d
+        0x45, 0x31, 0xC9,                          // xor  r9d, r9d
+        0x48, 0xB8, 0,    0,    0, 0, 0, 0, 0, 0,  // mov  rax, RaiseException
+        0xFF, 0xD0,                                // call rax
+        0xEB, 0xFE,                                // jmp  here
+    };
+    const auto function = reinterpret_cast<uint64_t>(&RaiseException);
+    memcpy(bytes + kExceptionAt, &code, sizeof code);
+    memcpy(bytes + kFunctionAt, &function, sizeof function);
+    WriteProcessMemory(console.process, page(console) + kDataAt, bytes, sizeof bytes, nullptr);
+    start_there(console, reinterpret_cast<uint64_t>(page(console) + kDataAt));
+}
+
+void remote_stop_threads(const Console& console) {
+    HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry = {};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry)) {
+        if (entry.th32OwnerProcessID != console.pid) continue;
+        HANDLE thread = OpenThread(THREAD_SUSPEND_RESUME, FALSE, entry.th32ThreadID);
+        if (thread == nullptr) continue;
+        SuspendThread(thread);
+        CloseHandle(thread);
+    }
+    CloseHandle(snapshot);
 }

@@ -29,5 +29,17 @@ void remote_crash(const Console& console);
 // The same on a thread that holds the lock of the program's heap.
 void remote_crash_holding_heap(const Console& console);
 
+// The same while another thread, one that is gone, holds that lock for ever. Takes two seconds.
+void remote_crash_without_heap(const Console& console);
+
+// Makes a thread of the program call the C runtime's abort().
+bool remote_abort(const Console& console);
+
+// Makes a thread of the program raise an exception of this code, which nobody handles.
+void remote_raise(const Console& console, uint32_t code);
+
+// Stops every thread of the program.
+void remote_stop_threads(const Console& console);
+
 // Makes a thread of the program jump to the beginning of Orvek.exe's image, which holds no code. Returns the address.
 uint64_t remote_crash_in_image(const Console& console);
