@@ -28,14 +28,17 @@ says() { # wanted text, command...
   grep -qF -e "$wanted" "$said" || { echo "says:"; cat "$said"; return 1; }
 }
 
-# The same commit packed again, by a new build, from a clone that lies elsewhere and in which every file is emptied.
+# The same commit packed again, by a new build, from a tree that lies elsewhere and in which every file is emptied.
 packs_alike() { # commit
-  local clone=$TEST_DIR/package_clone again=$TEST_DIR/package_again
-  rm -rf "$clone"
-  git clone -q --shared "$ROOT" "$clone" || return
+  local tree=$TEST_DIR/package_tree again=$TEST_DIR/package_again
+  rm -rf "$tree"
+  mkdir -p "$tree"
+  git archive "$1" | tar -x -C "$tree" || return
+  find "$tree" -type f -exec truncate -s 0 {} +
   (
-    cd "$clone" && git checkout -q --detach "$1" && git ls-files -z | xargs -0 truncate -s 0 -- &&
-      pack_commit HEAD "$again"
+    GIT_DIR=$(git rev-parse --absolute-git-dir)
+    export GIT_DIR
+    cd "$tree" && pack_commit "$1" "$again"
   ) || return
   diff "$PACKAGE_DIR/out/SHA256SUMS" "$again/out/SHA256SUMS"
 }
