@@ -187,7 +187,7 @@ void press_key(const Console& console, WPARAM key, bool with_control) {
     SetKeyboardState(during);
     PostMessageW(console.window, WM_KEYDOWN, key, 1);
     console_answers(console, kPatienceMs);  // sent messages overtake posted ones: ask twice, with a pause
-    Sleep(200);
+    pause_ms(200);
     console_answers(console, kPatienceMs);
     SetKeyboardState(before);
     AttachThreadInput(GetCurrentThreadId(), thread, FALSE);

@@ -84,8 +84,8 @@ static void act(const Self& self, const std::string& verb, const std::vector<int
     }
     if (verb == "exit") ExitProcess(static_cast<UINT>(numbers.at(0)));
     if (verb == "finish") {
-        while (shared_load(shared.block->capfile_shutdown[self.index]) == 0) Sleep(kGlanceMs);
-        Sleep(static_cast<DWORD>(numbers.at(0)));
+        while (shared_load(shared.block->capfile_shutdown[self.index]) == 0) pause_ms(kGlanceMs);
+        pause_ms(static_cast<uint32_t>(numbers.at(0)));
         report(self, "file closed");
         ExitProcess(0);
     }

@@ -146,7 +146,7 @@ void remote_crash_without_heap(const Console& console) {
     WriteProcessMemory(console.process, page(console) + kDataAt, code, sizeof code, nullptr);
     // It has to exist before the lock is taken: no thread can begin without the heap.
     start_there(console, reinterpret_cast<uint64_t>(page(console) + kDataAt));
-    Sleep(kDelayMs / 4);
+    pause_ms(kDelayMs / 4);
     remote_call(console, reinterpret_cast<const void*>(&HeapLock), heap);
 }
 

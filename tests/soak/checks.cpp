@@ -76,7 +76,7 @@ static double handles_beyond_children_and_regions(const Soak& soak, uint32_t han
 
 void sample_resources(Soak* soak) {
     if (!console_lives(*soak)) return;
-    Sleep(700);  // the poll has let go of what ended
+    pause_ms(700);  // the poll has let go of what ended
     const Resources resources = count_resources(soak->console);
     const double hours = static_cast<double>(GetTickCount64() - soak->started_ms) / 3600000.0;
     const double amounts[kResourceCount] = {

@@ -131,7 +131,7 @@ static void watch_preview(Soak* soak, const PlannedFault& fault) {
     while (GetTickCount64() < end && console_lives(*soak)) {
         PostMessageW(soak->console.window, kRefreshMessage, 0, 0);
         console_answers(soak->console, kPatienceMs);
-        Sleep(kGlanceMs);
+        pause_ms(kGlanceMs);
     }
     operator_works(soak, fault.lasts_ms);
 }

@@ -62,7 +62,7 @@ static void click_a_tab(Soak* soak) {
 static void open_a_menu(Soak* soak) {
     constexpr WPARAM kKeys[] = {'c', 't', 'h'};
     PostMessageW(soak->console.window, WM_SYSCOMMAND, SC_KEYMENU, static_cast<LPARAM>(kKeys[dice(soak, 0, 2)]));
-    Sleep(static_cast<DWORD>(dice(soak, 50, 250)));
+    pause_ms(static_cast<uint32_t>(dice(soak, 50, 250)));
     PostMessageW(soak->console.window, WM_CANCELMODE, 0, 0);
 }
 
@@ -134,7 +134,7 @@ void operator_works(Soak* soak, uint32_t for_ms) {
             act(soak);
             next_act = GetTickCount64() + static_cast<uint64_t>(dice(soak, 50, 250));
         }
-        Sleep(15);
+        pause_ms(15);
     }
 }
 

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "tests/support/wait.h"
+
 static constexpr char kLog[] = "controller_debug.log";
 static constexpr uint32_t kAskEveryMs = 50;
 static constexpr uint32_t kGiveUpMs = 60000;
@@ -85,7 +87,7 @@ static void ask_again_and_again(SilenceMeter* meter) {
             explain(*meter, log_before, &silence);
             note(meter, silence);
         }
-        Sleep(kAskEveryMs);
+        pause_ms(kAskEveryMs);
     }
 }
 
