@@ -41,11 +41,12 @@ protected:
     // Takes the folder that the picker begins with.
     void choose(const std::string& folder = "windows") {
         HWND picker = ask();
+        ASSERT_NE(picker, nullptr);
         ASSERT_TRUE(wait_until([&] { return message_box_text(picker).find(folder) != std::string::npos; }));
         PostMessageW(picker, WM_COMMAND, IDOK, 0);
     }
     void begin() {
-        choose();
+        ASSERT_NO_FATAL_FAILURE(choose());
         ASSERT_TRUE(status_becomes(console, kCapturing));
     }
     void begin_and_wait_for_recorders() {
