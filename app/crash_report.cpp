@@ -345,6 +345,7 @@ static void report_and_end(DWORD code, void* address) {
 }
 
 static void on_abort(int /*signal*/) {
+    signal(SIGABRT, on_abort);  // is taken back with each signal; the report's own steps may come here, too
     report_and_end(kAborted, __builtin_return_address(0));
 }
 

@@ -4,8 +4,8 @@
 
 struct ProcessManager;
 
-// Installs the handler for exceptions that nobody handles; the process ends after it has reported. What the handler
-// needs is made ready here. Call on the main thread. `log_path` as below.
+// Installs the handler for exceptions that nobody handles, and for abort(); the process ends after it has reported.
+// What the handler needs is made ready here. Call on the main thread. `log_path` as below.
 void crash_report_install(const char* log_path);
 
 // From here on a crash is only written down: an unattended run must end, not wait for somebody to press OK.
