@@ -23,14 +23,15 @@ count() { # name, outcome of a check that is one test by itself
     failed=$((failed + 1)); echo "   $1: FAILED"; fi
 }
 
-# Runs one GoogleTest program and adds up its results. A program that dies without a report counts as one failure.
+# Runs one GoogleTest program and adds up its results. A program that dies without a report counts as one failure, and
+# so does one that hangs: the slowest takes ten minutes.
 suite() { # name, command...
   local name=$1 status=0 xml=$TEST_DIR/$1.xml log=$TEST_DIR/$1.log report started=$SECONDS
   shift
   report=$xml
   [ "${*/$WINE/}" = "$*" ] || report=$(windows_path "$xml")
   rm -f "$xml"
-  "$@" --gtest_output="xml:$report" >"$log" 2>&1 </dev/null || status=$?
+  timeout -k 10 2400 "$@" --gtest_output="xml:$report" >"$log" 2>&1 </dev/null || status=$?
   if [ ! -s "$xml" ]; then
     tail -n 40 "$log"
     echo "   $name died with status $status (whole output: $log)"
