@@ -44,8 +44,10 @@ static Self who_am_i(int argc, char** argv) {
     return self;
 }
 
-// One write per line, appended by the system, so that workers do not cut into one another's lines.
+// One at a time: Wine looks for the end of the file and then writes there, and who wrote in between is written over.
 static void report(const Self& self, const std::string& what) {
+    HANDLE turn = CreateMutexA(nullptr, FALSE, "Local\\OrvekFakeWorkersReport");
+    WaitForSingleObject(turn, kPatienceMs);  // one that is frozen may have it
     HANDLE file =
         CreateFileA((self.folder + "\\fake.log").c_str(), FILE_APPEND_DATA,
                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS, 0, nullptr);
@@ -53,6 +55,8 @@ static void report(const Self& self, const std::string& what) {
     DWORD written = 0;
     WriteFile(file, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
     CloseHandle(file);
+    ReleaseMutex(turn);
+    CloseHandle(turn);
 }
 
 static void become_ready(const Self& self, ControlBlock* block) {
