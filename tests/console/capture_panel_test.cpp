@@ -37,10 +37,6 @@ protected:
         open_panel();
         wait_for_recorders();
     }
-    // A recorder has its eight seconds from the request on, whether it is up by then or not.
-    void wait_for_recorders() {
-        wait_for_workers({"capfile[0] pid=", "capfile[1] pid=", "capfile[2] pid="});
-    }
     // For the `times`th time.
     void open_panel(int32_t times = 1) {
         send_command(console, kFileCapture);

@@ -54,6 +54,10 @@ void ConsoleTest::wait_for_workers(std::initializer_list<const char*> reports) {
         })) << report;
 }
 
+void ConsoleTest::wait_for_recorders() {
+    wait_for_workers({"capfile[0] pid=", "capfile[1] pid=", "capfile[2] pid="});
+}
+
 void ConsoleTest::open_shared() {
     ASSERT_TRUE(shared_view_open(&shared)) << "the control block or a sync object is missing";
 }

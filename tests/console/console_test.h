@@ -29,6 +29,9 @@ protected:
     // Waits until the fake workers have reported each of these ("capfile[0] pid=").
     void wait_for_workers(std::initializer_list<const char*> reports);
 
+    // A recorder has its eight seconds from the request on, whether it is up by then or not.
+    void wait_for_recorders();
+
     // Maps the program's control block and sync objects into `shared`.
     void open_shared();
 

@@ -51,7 +51,7 @@ protected:
     }
     void begin_and_wait_for_recorders() {
         begin();
-        wait_for_workers({"capfile[0] pid=", "capfile[1] pid=", "capfile[2] pid="});
+        wait_for_recorders();
     }
     std::string fields() {
         std::string text = "paused";

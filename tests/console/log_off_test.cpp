@@ -60,7 +60,7 @@ TEST_F(LogOff, DuringARecordingCompletesTheFilesFirst) {
     order_workers({"capfile finish 1500"});
     start_with({"feed_count=1"}, "--capture-test --duration 600");
     ASSERT_TRUE(log_shows(installation, "CLI capture-test: flipping capfile to CAPTURING*"));
-    wait_for_workers({"capfile[0] pid=", "capfile[1] pid=", "capfile[2] pid="});
+    wait_for_recorders();
     ask(WM_QUERYENDSESSION, 0);
     ask(WM_ENDSESSION, TRUE);
     expect_all_done();
