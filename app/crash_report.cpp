@@ -255,21 +255,25 @@ static bool run_aside(LPTHREAD_START_ROUTINE step, void* param, DWORD patience_m
     return result == WAIT_OBJECT_0;
 }
 
+static void run_step(bool aside, LPTHREAD_START_ROUTINE step, void* param, DWORD patience_ms) {
+    if (aside) {
+        run_aside(step, param, patience_ms);
+    } else {
+        step(param);
+    }
+}
+
 static void write_files() {
     // The text is the surer of the two and tells whether there is a dump: it is written before it, and again after.
-    if (run_aside(write_text, &g_prepared.aside, kTextPatienceMs)) {
-        run_aside(start_dump_writer, nullptr, kLaunchPatienceMs);
-        g_prepared.dump_is_written = dump_gets_written();
-        if (g_prepared.dump_is_written) run_aside(write_text, &g_prepared.aside, kTextPatienceMs);
-        run_aside(tidy, nullptr, kTidyPatienceMs);
-        return;
-    }
-    // Most likely this thread holds a lock that everybody else needs, the heap's for example: it does all itself.
-    write_text(&g_prepared.own);
-    start_dump_writer(nullptr);
+    const bool aside = run_aside(write_text, &g_prepared.aside, kTextPatienceMs);
+    Report* const report = aside ? &g_prepared.aside : &g_prepared.own;
+    // Late: most likely this thread holds a lock that everybody else needs, the heap's for example. It does all
+    // itself.
+    if (!aside) write_text(report);
+    run_step(aside, start_dump_writer, nullptr, kLaunchPatienceMs);
     g_prepared.dump_is_written = dump_gets_written();
-    if (g_prepared.dump_is_written) write_text(&g_prepared.own);
-    tidy(nullptr);
+    if (g_prepared.dump_is_written) run_step(aside, write_text, report, kTextPatienceMs);
+    run_step(aside, tidy, nullptr, kTidyPatienceMs);
 }
 
 static BOOL CALLBACK note_any_window(HWND /*window*/, LPARAM param) {
