@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -170,7 +171,8 @@ TEST_F(RecordersTest, OneThatIgnoresTheRequestIsTerminatedAloneAfterEightSeconds
 
 TEST_F(RecordersTest, OtherChildrenAreNotWaitedForAndLiveOn) {
     const int32_t motion = procmgr_spawn(&processes_, kKindMotion, 0, child_command_line("run").c_str(), 0);
-    EXPECT_LT(finish(), kRecorderGraceMs) << "no recorder, no wait";
+    // The quickest of several: one that waited at all would wait each time.
+    EXPECT_LT(std::min({finish(), finish(), finish()}), kRecorderPollMs) << "no recorder, no wait";
     EXPECT_EQ(processes_.slots[motion].state, kSlotRunning);
     EXPECT_TRUE(warned.empty());
 }
