@@ -9,9 +9,7 @@ protected:
     // Starts motion[0] and waits until it has done what it was ordered to.
     void start_motion_and_wait_for(const std::string& report) {
         press_on(kTabProcesses, 220);
-        ASSERT_TRUE(wait_until([&] {
-            return installation_read(installation, "fake.log").find("motion[0] " + report) != std::string::npos;
-        }));
+        wait_for_workers({("motion[0] " + report).c_str()});
     }
     // Shows the preview, so that refreshes come, and measures the longest silence of the message loop over a while.
     uint64_t longest_silence(uint64_t watch_ms, uint32_t patience_ms) {

@@ -13,15 +13,11 @@ protected:
 };
 }  // namespace
 
-static bool reports(const Installation& installation, const std::string& text) {
-    return wait_until([&] { return installation_read(installation, "fake.log").find(text) != std::string::npos; });
-}
-
 TEST_F(Orphans, ListedWorkersOfACrashedConsoleAreEndedAtTheNextStart) {
     order_workers({"motion pid_slot 3", "capture pid_slot 0"});
     start_with({"feed_count=1", "*camera_device_path[1]=usb#one"});
     open_shared();
-    ASSERT_TRUE(reports(installation, "motion[1] listed") && reports(installation, "capture[1] listed"));
+    ASSERT_NO_FATAL_FAILURE(wait_for_workers({"motion[1] listed", "capture[1] listed"}));
     const uint32_t motion = shared_load(shared.block->pid_slot[3]);
     const uint32_t capture = shared_load(shared.block->pid_slot[0]);
     shared_view_close(&shared);
@@ -48,7 +44,7 @@ TEST_F(Orphans, AStrangerWhoseProcessIdIsListedLivesOn) {
     HANDLE process = installation_start(installation, "capfile.exe", "0", nullptr, &stranger);
     ASSERT_NE(process, nullptr);
     CloseHandle(process);
-    ASSERT_TRUE(reports(installation, "capfile[0] pid="));
+    ASSERT_NO_FATAL_FAILURE(wait_for_workers({"capfile[0] pid="}));
     constexpr uint32_t kNobody = 0x7FFFFFF0;
     shared_store(shared.block->pid_slot[1], kPidSlotEmpty);
     shared_store(shared.block->pid_slot[5], stranger);
